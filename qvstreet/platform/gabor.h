@@ -1,0 +1,50 @@
+/// @file
+/// The Gabor filter in the frequency domain: an oriented band-pass with one Gaussian lobe.
+#ifndef QVSTREET_PLATFORM_GABOR_H
+#define QVSTREET_PLATFORM_GABOR_H
+
+#include "qvstreet/platform/angle.h"
+#include "qvstreet/platform/fourier.h"
+
+/// Gain at frequency (u, v), in cycles per pel, each in [-0.5, 0.5):
+///
+///     u' =  u cos(angle) + v sin(angle)
+///     v' = -u sin(angle) + v cos(angle)
+///     gain = exp(-((u' - centre)^2 / (2 sigmaU^2) + v'^2 / (2 sigmaV^2))),   and 0 at zero frequency
+///
+/// The angle is that of the wave the filter answers to; streets run at right angles to it. The lobe stands at +centre
+/// only, so the filtered image is complex: its real part answers to ridges across the angle, its imaginary part to
+/// edges with their sign, its magnitude to both. Zero frequency is cut because the image's mean is so much larger than
+/// anything else that it would leak through the skirt of the lobe and drown the streets.
+class qvFrequencyFilterGabor {
+ public:
+    /// Before `set` the filter fits no spectrum.
+    qvFrequencyFilterGabor() = default;
+
+    /// @param frequencySigmas  sigmaU and sigmaV of the lobe, along and across the filter's angle, in cycles per pel
+    /// @param spreads          (0, 0)
+    /// @param filterAngle      the filter's angle, as `angle` sets it
+    /// @param centreFrequency  distance of the lobe from zero frequency, in cycles per pel
+    /// @param size             width and height of the spectra
+    /// @param count            filters in the bank; 1
+    /// @throws qvInvariantFailure for other spreads or counts
+    void set(const qvPair<double>& frequencySigmas, const qvPair<double>& spreads, qvRadian filterAngle,
+             double centreFrequency, const qvPair<long>& size, long count);
+
+    /// Turns the filter to an angle, counted from +x towards +y; replaces the one before.
+    void angle(qvRadian filterAngle) { angle_ = filterAngle; }
+    qvRadian angle() const { return angle_; }
+
+    /// Multiplies each element by the gain. `destination` gets the size of `source`, keeps its memory where that is
+    /// enough, and may be `source` itself.
+    /// @throws qvPel::SizeMismatch if `source` has not the size that was set
+    void apply(const qvFrequencyBuffer& source, qvFrequencyBuffer& destination) const;
+
+ private:
+    qvPair<double> sigmas_;
+    qvRadian angle_;
+    double centreFrequency_ = 0.0;
+    qvPair<long> size_;
+};
+
+#endif

@@ -1,0 +1,22 @@
+/// @file
+/// Everything a host needs: the street finder, and the images, geometry, errors and text it is spoken to in.
+#ifndef QVSTREET_QVSTREET_H
+#define QVSTREET_QVSTREET_H
+
+#include "qvstreet/platform/archive.h"
+#include "qvstreet/platform/exceptions.h"
+#include "qvstreet/platform/export.h"
+#include "qvstreet/platform/frames.h"
+#include "qvstreet/platform/geometry.h"
+#include "qvstreet/platform/pel_buffer.h"
+#include "qvstreet/platform/pel_ops.h"
+#include "qvstreet/platform/persistent.h"
+#include "qvstreet/platform/sampling.h"
+#include "qvstreet/platform/text.h"
+#include "qvstreet/platform/timer.h"
+#include "qvstreet/streetfinder/street_finder.h"
+#include "qvstreet/streetfinder/street_finder_defs.h"
+#include "qvstreet/streetfinder/street_finder_params.h"
+#include "qvstreet/streetfinder/street_results.h"
+
+#endif
