@@ -1,0 +1,51 @@
+/// @file
+/// Ridge scan and line fit: from the normalised response of one direction to straight lines.
+#ifndef QVSTREET_FRONTEND_RIDGE_SCAN_H
+#define QVSTREET_FRONTEND_RIDGE_SCAN_H
+
+#include <vector>
+
+#include "qvstreet/candidates/candidate_records.h"
+#include "qvstreet/frontend/line_finder_run.h"
+
+/// What the scan of one response is told. Thresholds are on the 0 to 255 response.
+struct qv_ridgeScanParams {
+    /// A chain starts above this ...
+    double highThreshold = 0.0;
+    /// ... and goes on above this.
+    double lowThreshold = 0.0;
+    double thresholdRatio = 0.0;
+    /// Direction of the lines, sample frame, and the direction across them.
+    qvDegree lineAngle;
+    qvDegree acrossAngle;
+    /// Refine each point across the ridge by a parabola.
+    bool subPixel = false;
+    /// 1: each chain has a floor of its own, `thresholdRatio` of its strongest pel so far.
+    long peakRelativeMode = 0;
+};
+
+/// Extracts the lines of direction number `direction` of `run` from its responses and appends them to `lines`, as
+/// chains of points in sample coordinates. Every line of the vector, those of earlier directions included, gets this
+/// direction's angle. @param count how many were appended
+/// @throws qvInvariantFailure when `run` does not ask for the ridge scan
+void extractFromResponse(const qvPelBuffer_const<double>& imaginary, const qvPelBuffer_const<double>& real,
+                         const qvPelBuffer_const<double>& magnitude, const qv_lineFinderRun& run, long direction,
+                         std::vector<qv_ridgeLine>& lines, long& count);
+
+/// Finds the pels that are maxima across the ridge and links them from row to row into chains, appended to `lines` in
+/// the order in which they start. Points are in the coordinates of `image`, pel (i, j) having its centre at (i + 0.5, j
+/// + 0.5).
+void scanRidges(const qvPelBuffer_const<double>& image, const qv_ridgeScanParams& params,
+                std::vector<qv_ridgeLine>& lines);
+
+/// Makes a straight line of every chain of at least 6 points, drops the others, and moves the lines to image
+/// coordinates.
+/// @param counts lines per direction, rewritten
+/// @param polarityImages per direction the signed imaginary response, on which the points vote
+void fitRidgeLines(std::vector<qv_ridgeLine>& lines, std::vector<long>& counts, const qv_lineFinderRun& run,
+                   const std::vector<qvPelBuffer_const<double>>& polarityImages);
+
+/// Bilinear value at a point in pel coordinates, in single precision; beyond the border the nearest border pel.
+double bilinearDouble(const qvPelBuffer_const<double>& image, const qvVector<2>& point);
+
+#endif

@@ -1,0 +1,125 @@
+// Crossings of single lines.
+//
+// In:  the lines of both directions (client frame) with their statistics, the image's size and deviation.
+// Out: crossings with a score in (0, 1], best first, client frame.
+//
+// The score is exp(-cost / 3) of four terms: how much of the image's perimeter the two lines leave out, how uneven
+// their grey level is, how dark (or light) they are, and whether the crossing lies beyond an end of a line.
+#include "qvstreet/streetfinder/line_crossings.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "qvstreet/projection/projection_polarity.h"
+#include "qvstreet/streetfinder/street_results_access.h"
+
+namespace {
+
+using Access = qv_streetResultAccess;
+
+// Crossings nearer than this, client units, are one crossing found twice.
+constexpr double kLeastSeparation = 5.0;
+constexpr double kTextureWeight = 0.1;
+// Keeps the texture term finite on an image without contrast.
+constexpr double kLeastDeviation = 1e-6;
+constexpr double kCostDivisor = 3.0;
+
+/// Whether `point` lies between the ends of the segment, measured along it; both ends included.
+bool liesWithin(const qvLineSeg& segment, const qvVector<2>& point) {
+    const qvVector<2> direction = segment.line().dir();
+    const double along = direction * (point - segment.p1());
+    return along >= 0.0 && along <= direction * (segment.p2() - segment.p1());
+}
+
+/// Spread of the grey levels of both lines together.
+double pooledDeviation(const qvLineFinderResults& line0, const qvLineFinderResults& line1) {
+    const double m0 = line0.meanGrey();
+    const double m1 = line1.meanGrey();
+    const double s0 = line0.greyDeviation();
+    const double s1 = line1.greyDeviation();
+    const double c0 = static_cast<double>(line0.sampleCount());
+    const double c1 = static_cast<double>(line1.sampleCount());
+    const double mean = (c0 * m0 + c1 * m1) / (c0 + c1);
+    // deliberate: each spread with the other line's mean and count; pinned by
+    // LineCrossings.PooledDeviationCrossesIndices
+    const double a = s0 * s0 + m1 * m1;
+    const double b = s1 * s1 + m0 * m0;
+    const double meanSquare = (a * c1 + b * c0) / (c0 + c1);
+    const double variance = meanSquare - mean * mean;
+    return variance >= 0.0 ? std::sqrt(variance) : 0.0;
+}
+
+}  // namespace
+
+qvPair<double> mappedSideLengths(const qvPair<long>& size, const qvXform<2>& transform) {
+    return {transform.mapVector(qvVector<2>(static_cast<double>(size.first), 0.0)).len(),
+            transform.mapVector(qvVector<2>(0.0, static_cast<double>(size.second))).len()};
+}
+
+void scoreLineCrossing(qvStreetFinderStreetCrossResult& result, const qvLineFinderResults& line0, double grey0,
+                       const qvLineFinderResults& line1, double grey1, const qv_streetFinderImpl& impl) {
+    const qvLineSeg& seg0 = line0.segment();
+    const qvLineSeg& seg1 = line1.segment();
+    const qvVector<2> crossing = seg0.line().intersect(seg1.line());
+    Access::verticalAngle(result) = seg1.line().angle();
+    Access::horizontalAngle(result) = seg0.line().angle();
+    Access::crossing(result) = crossing;
+    Access::setCorners(result, crossing);
+    Access::lineSegs(result) = {seg1, seg0};
+    Access::statusFlags(result) = qvStreetFinderDefs::eStreetFromLine;
+
+    const qvPair<double> sides = mappedSideLengths(impl.imageSize, impl.clientFromImage);
+    const double perimeter = (sides.first + sides.second) * 2.0;
+    const double lengthTerm = (2.0 * perimeter - (seg0.len() + seg1.len())) / (2.0 * perimeter);
+    const double textureTerm = pooledDeviation(line0, line1) / (impl.imageDeviation + kLeastDeviation);
+    const double greyTerm = (grey0 + grey1) * 0.5 / 255.0;
+    const double outsideTerm = liesWithin(seg0, crossing) && liesWithin(seg1, crossing) ? 0.0 : 1.0;
+    // deliberate: four terms divided by 3; pinned by LineCrossings.FourTermsAreDividedByThree
+    Access::score(result) =
+        std::exp(-(lengthTerm + kTextureWeight * textureTerm + greyTerm + outsideTerm) / kCostDivisor);
+}
+
+void selectTopCrossings(std::vector<qvStreetFinderStreetCrossResult>& results, long maxResults) {
+    std::stable_sort(results.begin(), results.end(), qf_scoreOrder);
+    std::vector<qvStreetFinderStreetCrossResult> kept;
+    kept.reserve(results.size());
+    for (const qvStreetFinderStreetCrossResult& result : results) {
+        if (static_cast<long>(kept.size()) >= maxResults) break;
+        if (isFarFromAll(kept, result.crossing(), kLeastSeparation)) kept.push_back(result);
+    }
+    results = std::move(kept);
+}
+
+void crossStreetLines(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
+                      std::vector<qvStreetFinderStreetCrossResult>& results) {
+    std::vector<std::vector<qvDIPair>> lists;
+    classifyStreetLines(impl.lines, lists, params, impl);
+    // Two lists once an image is bound, none after a binding that broke off.
+    lists.resize(2);
+    results.clear();
+    results.resize(lists[0].size() * lists[1].size());
+    std::size_t k = 0;
+    for (const qvDIPair& entry0 : lists[0])
+        for (const qvDIPair& entry1 : lists[1])
+            scoreLineCrossing(results[k++], impl.lines[0][static_cast<std::size_t>(entry0.index)], entry0.value,
+                              impl.lines[1][static_cast<std::size_t>(entry1.index)], entry1.value, impl);
+    selectTopCrossings(results, params.maxResults());
+}
+
+void mapResultsToClient(std::vector<qvStreetFinderStreetCrossResult>& results, const qv_streetFinderImpl& impl) {
+    // An angle that goes through sine and cosine may lose its last bit.
+    if (impl.imageOffset == qvPair<long>(0, 0)) return;
+    const qvXform<2> transform;
+    const qvVector<2> offset(static_cast<double>(impl.imageOffset.first), static_cast<double>(impl.imageOffset.second));
+    const auto mapped = [&](const qvVector<2>& point) { return transform * (point + offset); };
+    for (qvStreetFinderStreetCrossResult& result : results) {
+        Access::verticalAngle(result) = transform.mapAngle(result.verticalAngle());
+        Access::horizontalAngle(result) = transform.mapAngle(result.horizontalAngle());
+        for (qvVector<2>* const point :
+             {&Access::crossing(result), &Access::ulCorner(result), &Access::urCorner(result),
+              &Access::llCorner(result), &Access::lrCorner(result)})
+            *point = mapped(*point);
+        for (qvLineSeg& segment : Access::lineSegs(result))
+            segment = qvLineSeg(mapped(segment.p1()), mapped(segment.p2()));
+    }
+}

@@ -1,0 +1,25 @@
+#include "qvstreet/streetfinder/street_finder_impl.h"
+
+qv_streetFinderImpl::qv_streetFinderImpl(const qv_streetFinderImpl& other)
+    : imageBound(other.imageBound),
+      angleParams(other.angleParams),
+      ridgeParams(other.ridgeParams),
+      spectrumParams(other.spectrumParams),
+      spectrum(other.spectrum),
+      angleScoreRatio(other.angleScoreRatio),
+      lines(other.lines),
+      tolerances(other.tolerances),
+      scoreWeights(other.scoreWeights),
+      angles(other.angles),
+      angleScores(other.angleScores),
+      streetAngles(other.streetAngles),
+      image(other.image),
+      projectionAlong1(other.projectionAlong1),
+      projectionAlong0(other.projectionAlong0),
+      imageDeviation(other.imageDeviation),
+      filterScale(other.filterScale),
+      imageSize(other.imageSize),
+      imageOffset(other.imageOffset),
+      clientFromImage(other.clientFromImage),
+      trace(other.trace ? std::make_unique<qv_streetTrace>(*other.trace) : nullptr),
+      flags(other.flags) {}

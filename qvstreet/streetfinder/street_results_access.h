@@ -1,0 +1,37 @@
+/// @file
+/// How the stages fill in results, which to everybody else are read-only.
+#ifndef QVSTREET_STREETFINDER_STREET_RESULTS_ACCESS_H
+#define QVSTREET_STREETFINDER_STREET_RESULTS_ACCESS_H
+
+#include <vector>
+
+#include "qvstreet/streetfinder/street_results.h"
+
+/// Writable references to the fields of a result, each named after its field: `qv_streetResultAccess::score(result) =
+/// 0.5`. A reference is good for as long as the result. Positions and angles are in the client frame.
+struct qv_streetResultAccess {
+    using Cross = qvStreetFinderStreetCrossResult;
+    using Single = qvStreetFinderSingleStreetResult;
+
+    static qvVector<2>& crossing(Cross& result) { return result.crossing_; }
+    static qvRadian& verticalAngle(Cross& result) { return result.verticalAngle_; }
+    static qvRadian& horizontalAngle(Cross& result) { return result.horizontalAngle_; }
+    static double& score(Cross& result) { return result.score_; }
+    static qvVector<2>& ulCorner(Cross& result) { return result.ulCorner_; }
+    static qvVector<2>& urCorner(Cross& result) { return result.urCorner_; }
+    static qvVector<2>& llCorner(Cross& result) { return result.llCorner_; }
+    static qvVector<2>& lrCorner(Cross& result) { return result.lrCorner_; }
+    static std::vector<qvLineSeg>& lineSegs(Cross& result) { return result.lineSegs_; }
+    static qvStreetFinderDefs::resultType& statusFlags(Cross& result) { return result.statusFlags_; }
+
+    static void setCorners(Cross& result, const qvVector<2>& point) {
+        result.ulCorner_ = result.urCorner_ = result.llCorner_ = result.lrCorner_ = point;
+    }
+
+    static double& score(Single& result) { return result.score_; }
+    static std::vector<qvLineSeg>& lineSegs(Single& result) { return result.lineSegs_; }
+    static qvRadian& angle(Single& result) { return result.angle_; }
+    static qvStreetFinderDefs::resultType& statusFlags(Single& result) { return result.statusFlags_; }
+};
+
+#endif
