@@ -1,0 +1,363 @@
+// CLI11 tells options from values and prints the help. The values themselves are parsed here: numbers must not depend
+// on the locale, and every refusal names the option, the value and what is allowed. Image paths are taken from what
+// CLI11 leaves over, because it would split a path like "[a,b].png" in two.
+#include "tools/command_line.h"
+
+#include "tools/overlay_paths.h"
+#include "tools/text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <optional>
+
+namespace qvtool {
+namespace {
+
+/// Values that can be judged only together.
+struct RawOptions {
+    CommandOptions options;
+    std::optional<Interval> rangeX;
+    std::optional<Interval> rangeY;
+    std::string overlay;
+};
+
+struct OptionSpec {
+    const char* name;
+    const char* valueName;
+    const char* description;
+    const char* allowed;
+    bool (*apply)(std::string_view, RawOptions&);  ///< false: the value is not allowed
+};
+
+template <typename T, std::size_t N>
+bool pickWord(std::string_view text, const std::pair<const char*, T> (&words)[N], T& value) {
+    for (const auto& [word, meaning] : words) {
+        if (text == word) {
+            value = meaning;
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<std::vector<double>> numbers(std::string_view text) {
+    std::vector<double> values;
+    for (const std::string_view part : splitAtCommas(text)) {
+        const std::optional<double> value = parseNumber(part);
+        if (!value) return std::nullopt;
+        values.push_back(*value);
+    }
+    return values;
+}
+
+bool applyMode(std::string_view text, RawOptions& raw) {
+    static constexpr std::pair<const char*, Mode> kWords[] = {
+        {"edge", Mode::edge}, {"ridge", Mode::ridge}, {"coarse", Mode::coarse}};
+    return pickWord(text, kWords, raw.options.mode);
+}
+
+bool applyPolarity(std::string_view text, RawOptions& raw) {
+    static constexpr std::pair<const char*, Polarity> kWords[] = {
+        {"any", Polarity::any}, {"dark", Polarity::dark}, {"light", Polarity::light}};
+    return pickWord(text, kWords, raw.options.polarity);
+}
+
+bool applyWidth(std::string_view text, RawOptions& raw) {
+    const auto values = numbers(text);
+    if (!values || values->size() > 2) return false;
+    raw.options.widthX = values->front();
+    raw.options.widthY = values->back();
+    return raw.options.widthX > 0.0 && raw.options.widthY > 0.0;
+}
+
+bool applyRange(std::string_view text, std::optional<Interval>& range) {
+    const auto values = numbers(text);
+    if (!values || values->size() != 2) return false;
+    range = Interval{values->front(), values->back()};
+    return range->low >= 0.0 && range->low <= range->high;
+}
+
+bool applyRangeX(std::string_view text, RawOptions& raw) { return applyRange(text, raw.rangeX); }
+bool applyRangeY(std::string_view text, RawOptions& raw) { return applyRange(text, raw.rangeY); }
+
+bool applySharpness(std::string_view text, RawOptions& raw) {
+    const auto value = parseNumber(text);
+    if (value) raw.options.sharpness = *value;
+    return value && *value > 0.0;
+}
+
+bool applyMax(std::string_view text, RawOptions& raw) {
+    const auto value = parseWhole(text);
+    if (!value || *value < 1 || *value > std::numeric_limits<std::int32_t>::max()) return false;
+    raw.options.maxResults = static_cast<long>(*value);
+    return true;
+}
+
+bool applyClient(std::string_view text, RawOptions& raw) {
+    const auto values = numbers(text);
+    if (!values || values->size() != 6) return false;
+    const std::vector<double>& v = *values;
+    std::copy(v.begin(), v.end(), raw.options.client.begin());
+    raw.options.clientGiven = true;
+    const double determinant = v[0] * v[3] - v[1] * v[2];
+    return std::isfinite(determinant) && determinant != 0.0;
+}
+
+bool applyJson(std::string_view text, RawOptions& raw) {
+    raw.options.json = text;
+    return !text.empty();
+}
+
+bool applyOverlay(std::string_view text, RawOptions& raw) {
+    raw.overlay = text;
+    return isOverlayPath(raw.overlay);
+}
+
+constexpr OptionSpec kOptions[] = {
+    {"--mode", "MODE", "how streets show: edge (default; pairs of edges), ridge or coarse (lines)",
+     "edge, ridge or coarse", applyMode},
+    {"--width", "X[,Y]", "nominal street width, client units (default 10)", "X or X,Y, numbers greater than 0",
+     applyWidth},
+    {"--range-x", "LO,HI", "allowed widths for X (default 0.5 to 1.5 times X)", "LO,HI with 0 <= LO <= HI",
+     applyRangeX},
+    {"--range-y", "LO,HI", "allowed widths for Y (default 0.5 to 1.5 times Y)", "LO,HI with 0 <= LO <= HI",
+     applyRangeY},
+    {"--sharpness", "S", "width of an edge's transition, client units (default 5)", "a number greater than 0",
+     applySharpness},
+    {"--polarity", "POLARITY", "street against its surface: any (default), dark or light", "any, dark or light",
+     applyPolarity},
+    {"--max", "N", "most results (default 100)", "a whole number from 1 to 2147483647", applyMax},
+    {"--client", "A,B,C,D,TX,TY", "client = [A B; C D] * image + (TX, TY) (default 1,0,0,1,0,0)",
+     "six numbers A,B,C,D,TX,TY with A*D - B*C not 0", applyClient},
+    {"--json", "FILE", "where the JSON goes; - is standard output (default -)", "a file name, or - for standard output",
+     applyJson},
+    {"--overlay", "FILE", "picture of the results, .svg or .png; {name}, {n} for several images",
+     "a file name that ends in .svg or .png", applyOverlay},
+};
+
+constexpr const char* kSeeHelp = " (see qvstreet --help)";
+
+constexpr const char* kImageHelp =
+    "Images are PNG, TIFF, BMP, PGM/PPM and JPEG files, told by their content. Colour is\n"
+    "turned to grey (BT.601), 16 bits are scaled to 8, alpha is dropped; standard error says\n"
+    "so. Orientation tags are ignored. A file that begins with - goes after --.\n";
+
+constexpr const char* kStatusHelp =
+    "Exit status: 0 ran, also if nothing was found; 1 some images failed; 2 wrong call;\n"
+    "3 no image could be read; 4 an output could not be written.\n";
+
+const char* examplesOf(Subcommand subcommand) {
+    switch (subcommand) {
+        case Subcommand::find:
+            return "Examples:\n"
+                   "  qvstreet find --mode coarse --width 20 wafer.png\n"
+                   "  qvstreet find --mode ridge --width 18,30 --polarity dark --max 9 \\\n"
+                   "                --json found.json --overlay found.svg wafer.tif\n"
+                   "  qvstreet find --mode coarse --overlay 'out/{name}.png' lot/*.png > lot.jsonl\n";
+        case Subcommand::streets:
+            return "Examples:\n"
+                   "  qvstreet streets --width 20 --range-x 15,25 --range-y 15,25 wafer.png\n"
+                   "  qvstreet streets --mode coarse --width 6 --overlay streets.png wafer.png\n";
+        case Subcommand::angles:
+            break;
+    }
+    return "Examples:\n"
+           "  qvstreet angles wafer.png\n"
+           "  qvstreet angles --max 4 --client 0.5,0,0,0.5,0,0 wafer.png\n";
+}
+
+class HelpLayout : public CLI::Formatter {
+ public:
+    HelpLayout() { column_width(26); }
+    std::string make_usage(const CLI::App* app, std::string) const override {
+        if (app->get_parent() == nullptr) {
+            return "Usage: qvstreet SUBCOMMAND [OPTIONS] IMAGE...\n"
+                   "       qvstreet SUBCOMMAND --help\n";
+        }
+        return "Usage: qvstreet " + app->get_name() + " [OPTIONS] IMAGE...\n";
+    }
+};
+
+constexpr std::pair<Subcommand, const char*> kSubcommands[] = {
+    {Subcommand::find, "Find street crossings"},
+    {Subcommand::streets, "Find single streets"},
+    {Subcommand::angles, "Find the dominant angles, with their scores"},
+};
+
+/// The declared program with a place for the text of each option.
+struct Program {
+    CLI::App app{"Finds the streets of wafers, and where they cross, in camera images.", "qvstreet"};
+    std::vector<std::string> values{std::vector<std::string>(std::size(kOptions))};
+
+    Program() {
+        app.formatter(std::make_shared<HelpLayout>());
+        app.set_version_flag("--version", "qvstreet " QVSTREET_VERSION, "Print the version and exit");
+        app.set_help_flag("-h,--help", "Print this help and exit");
+        app.require_subcommand(1);
+        app.footer(std::string("\n") + examplesOf(Subcommand::find) + "\n" + kStatusHelp);
+        for (const auto& [subcommand, description] : kSubcommands) declare(subcommand, description);
+    }
+
+    void declare(Subcommand subcommand, const char* description) {
+        CLI::App* sub = app.add_subcommand(nameOf(subcommand), description);
+        sub->allow_extras();
+        for (std::size_t i = 0; i < std::size(kOptions); ++i) {
+            sub->add_option(kOptions[i].name, values[i], kOptions[i].description)
+                ->type_name(kOptions[i].valueName)
+                ->type_size(1);
+        }
+        sub->footer(std::string("\n") + kImageHelp + "\n" + examplesOf(subcommand) + "\n" + kStatusHelp);
+    }
+};
+
+ParsedCommandLine wrong(const std::string& message) {
+    ParsedCommandLine parsed;
+    parsed.status = kWrongCall;
+    parsed.message = message;
+    return parsed;
+}
+
+ParsedCommandLine text(const std::string& output) {
+    ParsedCommandLine parsed;
+    parsed.output = output;
+    return parsed;
+}
+
+std::string notAllowed(const std::string& option, const std::string& value, const std::string& allowed) {
+    return option + ": " + inQuotes(value) + " is not allowed; allowed is " + allowed;
+}
+
+const OptionSpec* specOf(std::string_view name) {
+    for (const OptionSpec& spec : kOptions) {
+        if (name == spec.name) return &spec;
+    }
+    return nullptr;
+}
+
+std::string valueMissing(const OptionSpec& spec) {
+    return std::string(spec.name) + ": its value is missing; allowed is " + spec.allowed;
+}
+
+/// What CLI11 stumbled over, in our words.
+std::string describeParseError(const Program& program, const std::vector<std::string>& arguments,
+                               const CLI::ParseError& error) {
+    const std::vector<CLI::App*> chosen = program.app.get_subcommands();
+    if (arguments.empty()) return "no subcommand was given; allowed are find, streets and angles";
+    const bool option = arguments[0].size() > 1 && arguments[0][0] == '-';
+    if (chosen.empty() || option) {
+        return inQuotes(arguments[0]) + (option ? " is not an option here" : " is not a subcommand") +
+               "; allowed are find, streets and angles, --help and --version";
+    }
+    for (std::size_t i = 0; i < std::size(kOptions); ++i) {
+        const std::size_t count = chosen[0]->get_option(kOptions[i].name)->count();
+        if (count > 1) {
+            return std::string(kOptions[i].name) + ": was given " + std::to_string(count) + " times; allowed is once";
+        }
+    }
+    if (const OptionSpec* spec = specOf(arguments.back())) return valueMissing(*spec);
+    return "the call cannot be understood: " + inQuotes(error.what());
+}
+
+/// The images among what CLI11 left over, or the first unknown option.
+std::optional<std::string> takeImages(const std::vector<std::string>& rest, std::vector<std::string>& images) {
+    for (const std::string& argument : rest) {
+        if (argument.size() > 1 && argument[0] == '-') return argument;
+        images.push_back(argument);
+    }
+    return std::nullopt;
+}
+
+/// The arguments for CLI11, and the images behind "--", which CLI11 would give to the main program.
+struct SplitArguments {
+    std::vector<std::string> forParser;
+    std::vector<std::string> images;
+    const OptionSpec* emptyValue =
+        nullptr;  ///< the first option written "--name=", whose value CLI11 would seek elsewhere
+};
+
+SplitArguments splitArguments(const std::vector<std::string>& arguments) {
+    SplitArguments split;
+    bool optionsEnded = false;
+    for (const std::string& argument : arguments) {
+        if (optionsEnded) {
+            split.images.push_back(argument);
+        } else if (argument == "--") {
+            optionsEnded = true;
+        } else {
+            // CLI11 takes "++" as a mark of its own; as a path it means the same with its folder.
+            split.forParser.push_back(argument == "++" ? "./++" : argument);
+            const bool empty = argument.size() > 1 && argument.back() == '=';
+            if (empty && split.emptyValue == nullptr)
+                split.emptyValue = specOf(argument.substr(0, argument.size() - 1));
+        }
+    }
+    return split;
+}
+
+std::string optionNames() {
+    std::string names;
+    for (const OptionSpec& spec : kOptions) names += std::string(spec.name) + ", ";
+    return names + "--help";
+}
+
+/// Fills in the default ranges and holds each width against its range.
+std::string settleRanges(RawOptions& raw) {
+    CommandOptions& options = raw.options;
+    options.rangeX = raw.rangeX.value_or(Interval{0.5 * options.widthX, 1.5 * options.widthX});
+    options.rangeY = raw.rangeY.value_or(Interval{0.5 * options.widthY, 1.5 * options.widthY});
+    const auto check = [](double width, const Interval& range, const char* axis, const char* option) -> std::string {
+        if (range.low <= width && width <= range.high) return {};
+        return notAllowed(
+            "--width", shortest(width),
+            shortest(range.low) + " to " + shortest(range.high) + " for " + axis + ", as " + option + " says");
+    };
+    const std::string message = check(options.widthX, options.rangeX, "X", "--range-x");
+    return message.empty() ? check(options.widthY, options.rangeY, "Y", "--range-y") : message;
+}
+
+}  // namespace
+
+ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments) {
+    const SplitArguments split = splitArguments(arguments);
+    if (split.emptyValue != nullptr) return wrong(valueMissing(*split.emptyValue) + kSeeHelp);
+    Program program;
+    try {
+        // CLI11 takes a vector from its back.
+        program.app.parse(std::vector<std::string>(split.forParser.rbegin(), split.forParser.rend()));
+    } catch (const CLI::CallForHelp&) {
+        return text(program.app.help());
+    } catch (const CLI::CallForVersion& version) {
+        return text(std::string(version.what()) + "\n");
+    } catch (const CLI::ParseError& error) {
+        return wrong(describeParseError(program, split.forParser, error) + kSeeHelp);
+    }
+
+    const CLI::App* chosen = program.app.get_subcommands().front();
+    RawOptions raw;
+    for (const auto& [subcommand, description] : kSubcommands) {
+        if (chosen->get_name() == nameOf(subcommand)) raw.options.subcommand = subcommand;
+    }
+    if (const auto unknown = takeImages(chosen->remaining(), raw.options.images)) {
+        return wrong(inQuotes(*unknown) + " is not an option; allowed are " + optionNames());
+    }
+    raw.options.images.insert(raw.options.images.end(), split.images.begin(), split.images.end());
+    for (std::size_t i = 0; i < std::size(kOptions); ++i) {
+        if (chosen->get_option(kOptions[i].name)->count() == 0) continue;
+        if (!kOptions[i].apply(program.values[i], raw)) {
+            return wrong(notAllowed(kOptions[i].name, program.values[i], kOptions[i].allowed));
+        }
+    }
+    if (const std::string message = settleRanges(raw); !message.empty()) return wrong(message);
+    if (raw.options.images.empty()) return wrong("no image was given; allowed is one or more image files");
+    if (const std::string message = settleOutputs(raw.overlay, raw.options); !message.empty()) return wrong(message);
+
+    ParsedCommandLine parsed;
+    parsed.run = true;
+    parsed.options = std::move(raw.options);
+    return parsed;
+}
+
+}  // namespace qvtool

@@ -1,0 +1,62 @@
+/// @file
+/// The command line of `qvstreet`: what may be asked for, and what is said about a call that is wrong.
+#ifndef QVSTREET_TOOLS_COMMAND_LINE_H
+#define QVSTREET_TOOLS_COMMAND_LINE_H
+
+#include "tools/report.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace qvtool {
+
+/// Exit statuses of the command.
+enum ExitStatus : int {
+    kRan = 0,               ///< all images were worked on, also if nothing was found
+    kSomeImagesFailed = 1,  ///< some images could not be read, or the finder refused them
+    kWrongCall = 2,         ///< an option or argument is wrong; nothing was done
+    kNoImageRead = 3,       ///< not one image could be read
+    kOutputFailed = 4       ///< an output could not be written
+};
+
+enum class Polarity { any, dark, light };
+
+struct Interval {
+    double low = 0.0;
+    double high = 0.0;
+};
+
+/// A call that has passed all tests.
+struct CommandOptions {
+    Subcommand subcommand = Subcommand::find;
+    std::vector<std::string> images;
+    Mode mode = Mode::edge;
+    double widthX = 10.0;  ///< client units
+    double widthY = 10.0;
+    Interval rangeX{5.0, 15.0};  ///< allowed widths, client units; holds widthX
+    Interval rangeY{5.0, 15.0};
+    double sharpness = 5.0;  ///< width of an edge's transition, client units
+    Polarity polarity = Polarity::any;
+    long maxResults = 100;
+    bool clientGiven = false;
+    std::array<double, 6> client{1.0, 0.0, 0.0, 1.0, 0.0, 0.0};  ///< A, B, C, D, TX, TY of client from image
+    std::string json = "-";                                      ///< "-" is standard output
+    std::vector<std::string> overlays;                           ///< one path per image, or none
+};
+
+/// A parsed call: either options to run, or text to print and a status to end with.
+struct ParsedCommandLine {
+    bool run = false;
+    CommandOptions options;
+    int status = kRan;
+    std::string output;   ///< for standard output (help, version)
+    std::string message;  ///< for standard error, without the program's name
+};
+
+/// @param arguments without the program's name.
+ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments);
+
+}  // namespace qvtool
+
+#endif

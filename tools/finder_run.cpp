@@ -1,0 +1,165 @@
+#include "tools/finder_run.h"
+
+#include "qvstreet/platform/timer.h"
+#include "qvstreet/qvstreet.h"
+#include "qvstreet/streetfinder/street_finder_access.h"
+#include "qvstreet/streetfinder/street_finder_impl.h"
+#include "tools/text.h"
+
+#include <cmath>
+#include <new>
+#include <stdexcept>
+
+namespace qvtool {
+namespace {
+
+qvStreetFinderDefs::waferType runModeOf(Mode mode) {
+    switch (mode) {
+        case Mode::edge:
+            return qvStreetFinderDefs::eEdgePairWafer;
+        case Mode::ridge:
+            return qvStreetFinderDefs::eRidgeWafer;
+        case Mode::coarse:
+            break;
+    }
+    return qvStreetFinderDefs::eCoarseRidgeWafer;
+}
+
+qvStreetFinderDefs::streetPolarity polarityOf(Polarity polarity) {
+    switch (polarity) {
+        case Polarity::any:
+            return qvStreetFinderDefs::eAnyPolarity;
+        case Polarity::dark:
+            return qvStreetFinderDefs::eDarkOnLight;
+        case Polarity::light:
+            break;
+    }
+    return qvStreetFinderDefs::eLightOnDark;
+}
+
+qvStreetFinderParams paramsOf(const CommandOptions& options) {
+    return qvStreetFinderParams(qvPair<double>(options.widthX, options.widthY),
+                                qvPair<double>(options.rangeX.low, options.rangeX.high),
+                                qvPair<double>(options.rangeY.low, options.rangeY.high), runModeOf(options.mode),
+                                options.sharpness, polarityOf(options.polarity), options.maxResults);
+}
+
+qvPelBuffer_const<unsigned char> bufferOf(const GreyImage& image, const std::array<double, 6>& client) {
+    qvPelBuffer_const<unsigned char> buffer(image.pels.data(), image.width, image.height, image.width);
+    buffer.clientFromImageXform(
+        qvXform<2>(qvMatrix<2>(client[0], client[1], client[2], client[3]), qvVector<2>(client[4], client[5])));
+    return buffer;
+}
+
+Position positionOf(const qvVector<2>& v) { return {v.x(), v.y()}; }
+
+double degreesOf(qvRadian angle) { return qvDegree(angle).toDouble(); }
+
+std::vector<Segment> segmentsOf(const std::vector<qvLineSeg>& lines) {
+    std::vector<Segment> segments;
+    for (const qvLineSeg& line : lines) segments.push_back({positionOf(line.p1()), positionOf(line.p2())});
+    return segments;
+}
+
+Crossing crossingOf(const qvStreetFinderStreetCrossResult& result) {
+    Crossing crossing;
+    crossing.centre = positionOf(result.crossing());
+    crossing.score = result.score();
+    crossing.horizontalDegrees = degreesOf(result.horizontalAngle());
+    crossing.verticalDegrees = degreesOf(result.verticalAngle());
+    crossing.ul = positionOf(result.ulCorner());
+    crossing.ur = positionOf(result.urCorner());
+    crossing.ll = positionOf(result.llCorner());
+    crossing.lr = positionOf(result.lrCorner());
+    crossing.segments = segmentsOf(result.lineSegs());
+    crossing.fromEdges = result.statusFlags() == qvStreetFinderDefs::eStreetFromEdges;
+    return crossing;
+}
+
+Street streetOf(const qvStreetFinderSingleStreetResult& result) {
+    Street street;
+    street.score = result.score();
+    street.degrees = degreesOf(result.angle());
+    street.segments = segmentsOf(result.lineSegs());
+    street.fromEdges = result.statusFlags() == qvStreetFinderDefs::eStreetFromEdges;
+    return street;
+}
+
+std::vector<Crossing> findCrossings(qvStreetFinder& finder) {
+    std::vector<qvStreetFinderStreetCrossResult> results;
+    finder.find(results);
+    std::vector<Crossing> crossings;
+    for (const qvStreetFinderStreetCrossResult& result : results) crossings.push_back(crossingOf(result));
+    return crossings;
+}
+
+std::vector<Street> findStreets(qvStreetFinder& finder) {
+    std::vector<qvStreetFinderSingleStreetResult> results;
+    finder.findSingleStreet(results);
+    std::vector<Street> streets;
+    for (const qvStreetFinderSingleStreetResult& result : results) streets.push_back(streetOf(result));
+    return streets;
+}
+
+std::vector<ScoredAngle> findAngles(qvStreetFinder& finder, long maxResults) {
+    std::vector<qvRadian> found;
+    finder.getAngles(maxResults, found);
+    const std::vector<double>& scores = qf_finderRecord(finder).angleScores;
+    std::vector<ScoredAngle> angles;
+    for (std::size_t i = 0; i < found.size(); ++i) angles.push_back({degreesOf(found[i]), scores.at(i)});
+    return angles;
+}
+
+void search(const CommandOptions& options, const GreyImage& image, ImageReport& report) {
+    const qvPelBuffer_const<unsigned char> buffer = bufferOf(image, options.client);
+    qvStreetFinder finder(paramsOf(options));
+    Seconds seconds;
+    qvTimer timer(true);
+    finder.setImage(buffer);
+    timer.stop();
+    seconds.setImage = timer.sec();
+
+    timer.start();
+    switch (options.subcommand) {
+        case Subcommand::find:
+            report.crossings = findCrossings(finder);
+            break;
+        case Subcommand::streets:
+            report.streets = findStreets(finder);
+            break;
+        case Subcommand::angles:
+            report.angles = findAngles(finder, options.maxResults);
+            break;
+    }
+    timer.stop();
+    seconds.search = timer.sec();
+    report.seconds = seconds;
+}
+
+/// The finder's message says what it does not like; the option behind it is added here.
+std::string withOption(const CommandOptions& options, const std::string& reason) {
+    const std::string message = "was refused by the finder: " + reason;
+    if (!options.clientGiven) return message;
+    const double degrees = std::atan2(options.client[2], options.client[0]) * 180.0 / std::acos(-1.0);
+    return message + " (--client turns x by " + shortest(degrees) + " degrees; allowed are -5 to 5)";
+}
+
+}  // namespace
+
+void runFinder(const CommandOptions& options, const GreyImage& image, ImageReport& report) {
+    try {
+        search(options, image, report);
+    } catch (const qvStreetFinderDefs::BadParams& error) {
+        throw Refusal(withOption(options, error.what()));
+    } catch (const std::bad_alloc&) {
+        throw Refusal("was refused by the finder: it needs more memory than there is");
+    } catch (const std::logic_error& error) {
+        // A search that this version does not have.
+        throw Refusal(std::string("cannot be searched with --mode ") + nameOf(options.mode) + ": " + error.what() +
+                      "; allowed in " + nameOf(options.subcommand) + " are --mode ridge and --mode coarse");
+    } catch (const std::exception& error) {
+        throw Refusal(std::string("was refused by the finder: ") + error.what());
+    }
+}
+
+}  // namespace qvtool

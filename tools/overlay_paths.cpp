@@ -1,0 +1,105 @@
+#include "tools/overlay_paths.h"
+
+#include "tools/text.h"
+
+#include <filesystem>
+#include <map>
+
+namespace qvtool {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool hasExtension(const std::string& path, const char* extension) {
+    std::string end = fs::path(path).extension().string();
+    for (char& c : end) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return end == extension;
+}
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+        text.replace(at, from.size(), to);
+    }
+}
+
+/// One spelling for all the ways to write a path, as far as it exists.
+std::string oneSpelling(const std::string& path) {
+    std::error_code error;
+    const fs::path absolute = fs::absolute(path, error);
+    if (error) return path;
+    const fs::path canonical = fs::weakly_canonical(absolute, error);
+    return error ? path : canonical.string();
+}
+
+bool isRegularFile(const std::string& path) {
+    std::error_code error;
+    return fs::is_regular_file(path, error);
+}
+
+bool sameFile(const std::string& a, const std::string& b) {
+    std::error_code error;
+    return fs::equivalent(a, b, error) && !error;
+}
+
+std::string overwritesImage(const char* option, const std::string& output, const CommandOptions& options) {
+    // Devices and pipes can be read and written by the same name without harm.
+    if (!isRegularFile(output)) return {};
+    for (const std::string& image : options.images) {
+        if (sameFile(output, image)) {
+            return std::string(option) + ": " + inQuotes(output) + " is the image " + inQuotes(image) +
+                   "; allowed is any other file";
+        }
+    }
+    return {};
+}
+
+std::string checkDistinct(const CommandOptions& options) {
+    std::map<std::string, std::string> users;
+    if (options.json != "-") users.emplace(oneSpelling(options.json), "--json");
+    for (std::size_t i = 0; i < options.overlays.size(); ++i) {
+        const auto [other, isNew] = users.emplace(oneSpelling(options.overlays[i]), inQuotes(options.images[i]));
+        if (!isNew) {
+            return "--overlay: " + inQuotes(options.overlays[i]) + " would be written for " + other->second +
+                   " and for " + inQuotes(options.images[i]) +
+                   "; allowed is a file of its own for each, for example with {n} in its name";
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+bool isOverlayPath(const std::string& path) { return hasExtension(path, ".svg") || hasExtension(path, ".png"); }
+
+bool isSvgPath(const std::string& path) { return hasExtension(path, ".svg"); }
+
+std::string expandOverlayPath(const std::string& pattern, const std::string& image, std::size_t number) {
+    std::string path = pattern;
+    // The number first: an image's name may hold "{n}" itself.
+    replaceAll(path, "{n}", std::to_string(number));
+    replaceAll(path, "{name}", fs::path(image).stem().string());
+    return path;
+}
+
+std::string settleOutputs(const std::string& overlayPattern, CommandOptions& options) {
+    if (options.json != "-") {
+        const std::string message = overwritesImage("--json", options.json, options);
+        if (!message.empty()) return message;
+    }
+    if (overlayPattern.empty()) return {};
+    for (std::size_t i = 0; i < options.images.size(); ++i) {
+        options.overlays.push_back(expandOverlayPath(overlayPattern, options.images[i], i + 1));
+        const std::string message = overwritesImage("--overlay", options.overlays.back(), options);
+        if (!message.empty()) return message;
+    }
+    const bool placed = options.overlays.size() < 2 || options.overlays[0] != overlayPattern;
+    if (!placed) {
+        return "--overlay: " + inQuotes(overlayPattern) + " is one file for " + std::to_string(options.images.size()) +
+               " images; allowed is a name with {name} or {n} in it";
+    }
+    return checkDistinct(options);
+}
+
+}  // namespace qvtool

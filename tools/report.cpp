@@ -1,0 +1,29 @@
+#include "tools/report.h"
+
+namespace qvtool {
+
+const char* nameOf(Subcommand subcommand) {
+    switch (subcommand) {
+        case Subcommand::find:
+            return "find";
+        case Subcommand::streets:
+            return "streets";
+        case Subcommand::angles:
+            break;
+    }
+    return "angles";
+}
+
+const char* nameOf(Mode mode) {
+    switch (mode) {
+        case Mode::edge:
+            return "edge";
+        case Mode::ridge:
+            return "ridge";
+        case Mode::coarse:
+            break;
+    }
+    return "coarse";
+}
+
+}  // namespace qvtool

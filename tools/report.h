@@ -1,0 +1,73 @@
+/// @file
+/// What the command found in one image, free of the library's types, so that writers and tests need no finder.
+#ifndef QVSTREET_TOOLS_REPORT_H
+#define QVSTREET_TOOLS_REPORT_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qvtool {
+
+enum class Subcommand { find, streets, angles };
+enum class Mode { edge, ridge, coarse };
+
+/// The words of the command line and of the JSON.
+const char* nameOf(Subcommand subcommand);
+const char* nameOf(Mode mode);
+
+/// A position, in client units unless a name says otherwise.
+struct Position {
+    double x = 0.0;
+    double y = 0.0;
+};
+
+struct Segment {
+    Position p1;
+    Position p2;
+};
+
+struct ScoredAngle {
+    double degrees = 0.0;
+    double score = 0.0;
+};
+
+struct Crossing {
+    Position centre;
+    double score = 0.0;
+    double horizontalDegrees = 0.0;
+    double verticalDegrees = 0.0;
+    Position ul, ur, ll, lr;
+    std::vector<Segment> segments;
+    bool fromEdges = true;  ///< false: from one line per street, corners all equal to the centre
+};
+
+struct Street {
+    double score = 0.0;
+    double degrees = 0.0;
+    std::vector<Segment> segments;
+    bool fromEdges = true;
+};
+
+struct Seconds {
+    double setImage = 0.0;
+    double search = 0.0;
+};
+
+/// Everything that is said about one image. A list is present if the subcommand computes it, be it empty.
+struct ImageReport {
+    std::string image;  ///< the path as given
+    Subcommand subcommand = Subcommand::find;
+    Mode mode = Mode::edge;
+    long width = 0;  ///< pels; 0 if the image could not be read
+    long height = 0;
+    std::string error;  ///< empty if all went well
+    std::optional<std::vector<ScoredAngle>> angles;
+    std::optional<std::vector<Crossing>> crossings;
+    std::optional<std::vector<Street>> streets;
+    std::optional<Seconds> seconds;
+};
+
+}  // namespace qvtool
+
+#endif

@@ -1,0 +1,171 @@
+// One image after the other: read, search, write JSON, draw. What fails for one image is said on standard error and in
+// its JSON, and the next one gets its turn; only a JSON output that cannot be written ends the run, because nothing
+// that follows could be told to anybody.
+#include "tools/run.h"
+
+#include "tools/command_line.h"
+#include "tools/finder_run.h"
+#include "tools/image_file.h"
+#include "tools/output_file.h"
+#include "tools/overlay.h"
+#include "tools/overlay_paths.h"
+#include "tools/result_json.h"
+#include "tools/text.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+
+namespace qvtool {
+namespace {
+
+/// Standard error, with a progress line that steps aside for messages.
+class Console {
+ public:
+    explicit Console(std::size_t images)
+        : showsProgress_(images > 1 && ::isatty(STDERR_FILENO) == 1), images_(images) {}
+    ~Console() { clearProgress(); }
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+
+    void say(const std::string& message) {
+        clearProgress();
+        std::fprintf(stderr, "qvstreet: %s\n", message.c_str());
+    }
+
+    void progress(std::size_t number, const std::string& image) {
+        if (!showsProgress_) return;
+        clearProgress();
+        std::fprintf(stderr, "%zu/%zu %s", number, images_, inQuotes(image).c_str());
+        std::fflush(stderr);
+        visible_ = true;
+    }
+
+ private:
+    void clearProgress() {
+        if (visible_) std::fputs("\r\x1b[K", stderr);
+        visible_ = false;
+    }
+
+    bool showsProgress_;
+    std::size_t images_;
+    bool visible_ = false;
+};
+
+class Run {
+ public:
+    explicit Run(const CommandOptions& options) : options_(options), console_(options.images.size()) {}
+
+    int run() {
+        try {
+            OutputFile json(options_.json);
+            for (std::size_t i = 0; i < options_.images.size(); ++i) {
+                console_.progress(i + 1, options_.images[i]);
+                runImage(i, json);
+            }
+            json.commit();
+        } catch (const OutputError& error) {
+            console_.say(error.what());
+            return kOutputFailed;
+        }
+        if (overlayFailed_) return kOutputFailed;
+        if (unreadable_ == options_.images.size()) return kNoImageRead;
+        return unreadable_ + refused_ > 0 ? kSomeImagesFailed : kRan;
+    }
+
+ private:
+    void runImage(std::size_t index, OutputFile& json) {
+        ImageReport report;
+        report.image = options_.images[index];
+        report.subcommand = options_.subcommand;
+        report.mode = options_.mode;
+        GreyImage image;
+        const bool searched = read(report, image) && searchImage(image, report);
+        json.write(toJson(report, options_.images.size() > 1));
+        if (searched && !options_.overlays.empty()) draw(image, report, options_.overlays[index]);
+    }
+
+    bool read(ImageReport& report, GreyImage& image) {
+        try {
+            image = readImageFile(report.image);
+        } catch (const ImageError& error) {
+            ++unreadable_;
+            return failed(report, error.what());
+        }
+        report.width = image.width;
+        report.height = image.height;
+        for (const std::string& note : image.notes) console_.say(inQuotes(report.image) + ": " + note);
+        return true;
+    }
+
+    bool searchImage(const GreyImage& image, ImageReport& report) {
+        try {
+            runFinder(options_, image, report);
+            return true;
+        } catch (const Refusal& error) {
+            ++refused_;
+            return failed(report, error.what());
+        }
+    }
+
+    bool failed(ImageReport& report, const std::string& message) {
+        report.error = message;
+        console_.say(inQuotes(report.image) + ": " + message);
+        return false;
+    }
+
+    void draw(const GreyImage& image, const ImageReport& report, const std::string& path) {
+        try {
+            OutputFile file(path);
+            const auto sink = [&](const unsigned char* data, std::size_t size) { file.write(data, size); };
+            const Overlay overlay = layOutOverlay(report, options_.client);
+            if (isSvgPath(path)) {
+                writeOverlaySvg(sink, image, overlay);
+            } else {
+                writeOverlayPng(sink, image, overlay);
+            }
+            file.commit();
+        } catch (const OutputError& error) {
+            overlayFailed_ = true;
+            console_.say(std::string("--overlay: ") + error.what());
+        } catch (const std::exception& error) {
+            overlayFailed_ = true;
+            console_.say("--overlay: " + inQuotes(path) + ": cannot be drawn: " + error.what());
+        }
+    }
+
+    const CommandOptions& options_;
+    Console console_;
+    std::size_t unreadable_ = 0;
+    std::size_t refused_ = 0;
+    bool overlayFailed_ = false;
+};
+
+int printText(const std::string& text) {
+    try {
+        OutputFile output("-");
+        output.write(text);
+        output.commit();
+        return kRan;
+    } catch (const OutputError& error) {
+        std::fprintf(stderr, "qvstreet: %s\n", error.what());
+        return kOutputFailed;
+    }
+}
+
+}  // namespace
+
+int runCommand(const std::vector<std::string>& arguments) {
+    try {
+        const ParsedCommandLine parsed = parseCommandLine(arguments);
+        if (parsed.run) return Run(parsed.options).run();
+        if (!parsed.message.empty()) std::fprintf(stderr, "qvstreet: %s\n", parsed.message.c_str());
+        return parsed.output.empty() ? parsed.status : printText(parsed.output);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "qvstreet: ended by an internal error: %s\n", error.what());
+        return kSomeImagesFailed;
+    }
+}
+
+}  // namespace qvtool
