@@ -1,0 +1,46 @@
+# Sourced by the other scripts: installs the Debian packages that are missing, and nothing when all are there.
+
+# What a build of the library and the command needs.
+QV_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libpng-dev libtiff-dev libturbojpeg0-dev libcli11-dev nlohmann-json3-dev)
+# What the tests need on top.
+QV_TEST_PACKAGES=(libgtest-dev python3)
+# What the benchmarks need on top; OpenCV is the yardstick that our times are put beside.
+QV_BENCH_PACKAGES=(libbenchmark-dev libopencv-dev)
+
+qv_is_installed() {
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# qv_install PACKAGE...
+qv_install() {
+    if ! command -v dpkg-query >/dev/null 2>&1; then
+        echo "This is not a Debian system; make sure that you have the equivalents of: $*" >&2
+        return 0
+    fi
+    local missing=() package
+    for package in "$@"; do
+        qv_is_installed "$package" || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null 2>&1; then
+            echo "These packages are missing, and there is neither root nor sudo to install them: ${missing[*]}" >&2
+            return 1
+        fi
+        as_root=(sudo)
+    fi
+    echo "Installing from Debian: ${missing[*]}"
+    local log
+    log=$(mktemp)
+    if ! { "${as_root[@]}" apt-get update -qq &&
+           "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+               "${missing[@]}"; } >"$log" 2>&1 </dev/null; then
+        cat "$log" >&2
+        rm -f "$log"
+        echo "The packages could not be installed: ${missing[*]}" >&2
+        return 1
+    fi
+    rm -f "$log"
+}

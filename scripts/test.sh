@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs all tests; then builds and runs them again under the sanitizers.
+#
+#     ./scripts/test.sh            everything
+#     ./scripts/test.sh --quick    without the sanitizers
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/packages.sh
+
+quick=false
+case "${1:-}" in
+    "") ;;
+    --quick) quick=true ;;
+    *) echo "usage: scripts/test.sh [--quick]" >&2; exit 2 ;;
+esac
+
+qv_install "${QV_BUILD_PACKAGES[@]}" "${QV_TEST_PACKAGES[@]}"
+jobs=$(nproc)
+
+run() {
+    local preset=$1
+    echo "== $preset: build"
+    cmake --preset "$preset" >/dev/null
+    cmake --build --preset "$preset" -j "$jobs" -- --quiet
+    echo "== $preset: test"
+    ctest --preset "$preset" -j "$jobs" --output-on-failure
+}
+
+run dev
+$quick || run asan

@@ -1,0 +1,59 @@
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "tests/endtoend/scene_runner.h"
+
+// Prints the end-to-end table as Markdown: image, what it shows, and per mode what was found of what is there.
+
+namespace {
+
+using namespace qvtest;
+
+const char* kindName(const SceneRow& row) {
+    if (isCleanRow(row)) return "clean";
+    return row.kind == RowKind::empty ? "empty" : "other";
+}
+
+double quantile(std::vector<double> values, double fraction) {
+    if (values.empty()) return 0.0;
+    std::sort(values.begin(), values.end());
+    const std::size_t last = values.size() - 1;
+    return values[static_cast<std::size_t>(fraction * static_cast<double>(last) + 0.5)];
+}
+
+void printRow(const SceneRow& row, RunMode mode, const MatchReport& report, std::size_t streets) {
+    std::printf("| %s | %s | %ld x %ld | %s | %d | %d | %d | %d | %.2f | %.2f | %.3f | %zu |\n", row.name.c_str(),
+                kindName(row), row.scene.width, row.scene.height, modeName(mode), report.expected, report.found,
+                report.falseFound + report.duplicates, report.surplus, report.worstErrorPels,
+                report.worstErrorSamplePels, report.worstAngleErrorDegrees, streets);
+}
+
+}  // namespace
+
+int main() {
+    std::printf("| scene | row | size | mode | expected | found | false | surplus | worst, pels | worst, sample pels | "
+                "angle, deg | single streets |\n|---|---|---|---|---|---|---|---|---|---|---|---|\n");
+    std::vector<double> errors;
+    std::vector<double> angleErrors;
+    std::size_t cleanRows = 0;
+    for (const SceneRow& row : endToEndScenes()) {
+        const GreyImage image = renderScene(row.scene);
+        for (const RunMode mode : {RunMode::coarse, RunMode::ridge}) {
+            const SceneOutcome outcome = runScene(row, image, mode);
+            const MatchReport report = matchCrossings(row.scene, foundCrossings(outcome));
+            printRow(row, mode, report, outcome.streets.size());
+            if (mode != RunMode::coarse || !isCleanRow(row)) continue;
+            ++cleanRows;
+            for (const CrossingMatch& match : report.matches)
+                if (match.expected) errors.push_back(match.errorSamplePels);
+            angleErrors.push_back(report.worstAngleErrorDegrees);
+        }
+    }
+    std::printf("\nClean rows in coarse mode: %zu rows, %zu crossings; error in sample pels: median %.3f, nine in ten "
+                "%.3f, worst %.3f; worst angle error of a row: median %.3f degrees, worst %.3f.\n",
+                cleanRows, errors.size(), quantile(errors, 0.5), quantile(errors, 0.9), quantile(errors, 1.0),
+                quantile(angleErrors, 0.5), quantile(angleErrors, 1.0));
+    return 0;
+}
