@@ -22,8 +22,7 @@ if [ $# -gt 0 ]; then
     [ $# -gt 0 ] && options=("$@")
 else
     image=$root/examples/images/wafer_coarse.png
-    # shellcheck disable=SC2207
-    options=(--mode coarse $(sed -n 's/^ *"options": "\(.*\)",*$/\1/p' "$root/examples/images/wafer_coarse.json"))
+    options=(--mode coarse --width 20 --max 20)
 fi
 
 qv_install "${QV_BUILD_PACKAGES[@]}"
