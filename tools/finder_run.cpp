@@ -13,6 +13,10 @@
 namespace qvtool {
 namespace {
 
+// The finder counts the samples of a side in 16 bits with a sign. Beyond twice that the count would wrap to a small
+// one, and an image full of streets would seem to have none.
+constexpr long kMaxSearchedSide = 32767;
+
 qvStreetFinderDefs::waferType runModeOf(Mode mode) {
     switch (mode) {
         case Mode::edge:
@@ -144,13 +148,23 @@ std::string withOption(const CommandOptions& options, const std::string& reason)
     return message + " (--client turns x by " + shortest(degrees) + " degrees; allowed are -5 to 5)";
 }
 
+std::string sizeNote(const GreyImage& image) {
+    return " (the image has " + std::to_string(image.width) + " x " + std::to_string(image.height) +
+           " pels; allowed are sides of up to about " + std::to_string(kMaxSearchedSide) + ")";
+}
+
 }  // namespace
 
 void runFinder(const CommandOptions& options, const GreyImage& image, ImageReport& report) {
+    if (image.width > kMaxSearchedSide || image.height > kMaxSearchedSide) {
+        throw Refusal("is too large for the finder" + sizeNote(image));
+    }
     try {
         search(options, image, report);
     } catch (const qvStreetFinderDefs::BadParams& error) {
         throw Refusal(withOption(options, error.what()));
+    } catch (const qvPel::BadSize& error) {
+        throw Refusal(std::string("was refused by the finder: ") + error.what() + sizeNote(image));
     } catch (const std::bad_alloc&) {
         throw Refusal("was refused by the finder: it needs more memory than there is");
     } catch (const std::logic_error& error) {

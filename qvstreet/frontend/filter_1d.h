@@ -90,9 +90,8 @@ class qvConvolve1D : public qvFilter1D<In, Out, long> {
 template <typename In, typename Out>
 class qvGaussST1D : public qvConvolve1D<In, Out> {
  public:
-    /// @param sigma  in samples. The kernel has 2 n + 1 coefficients, n = 4 sigma truncated but at least 1. A sigma of
-    /// 0
-    ///               has no Gaussian: the middle coefficient, and with it every result, is NaN.
+    /// @param sigma  in samples. The kernel has 2 n + 1 coefficients, n = 4 sigma truncated but at least 1. For a sigma
+    ///               of 0 there is no Gaussian: the middle coefficient, and with it every result, is NaN.
     /// @throws qvPel::BadSize for a kernel of 2^31 coefficients or more
     explicit qvGaussST1D(double sigma);
 

@@ -36,8 +36,8 @@ void setFilter(qvFrequencyFilterGabor& filter, const qv_lineFinderRun& run, std:
 void normalizeSearched(long searchedResponse, const qvPelBuffer<double>& magnitude,
                        const qvPelBuffer<double>& imaginary, const qvPelBuffer<double>& real) {
     const bool followsStronger = searchedResponse == eSearchMagnitudeFollowStronger;
-    const bool needsImaginary = searchedResponse == eSearchImaginary || followsStronger ||
-                                searchedResponse == eSearchMagnitudeFollowImaginary;
+    const bool needsImaginary =
+        searchedResponse == eSearchImaginary || followsStronger || searchedResponse == eSearchMagnitudeFollowImaginary;
     const bool needsReal =
         searchedResponse == eSearchReal || followsStronger || searchedResponse == eSearchMagnitudeFollowReal;
     const bool needsMagnitude = searchedResponse != eSearchImaginary && searchedResponse != eSearchReal;

@@ -30,7 +30,8 @@ void mapFilterLengths(qvPair<double>& lengths, const qvXform<2>& sampleFromClien
 void computeGaborSizes(const qv_gaborSpec& spec, long imageWidth, qvDegree direction,
                        const qvXform<2>& sampleFromClient, double& centreFrequency, qvPair<double>& frequencySigmas);
 
-/// Filters the spectrum once per direction of `run` and extracts the lines. A single pair of sizes serves all directions.
+/// Filters the spectrum once per direction of `run` and extracts the lines. A single pair of sizes serves all
+/// directions.
 /// @param lines the lines of all directions one after the other, image frame; replaced
 /// @param counts how many of them belong to each direction
 void filterAndExtract(const qvFrequencyBuffer& spectrum, const qv_lineFinderRun& run, std::vector<qv_ridgeLine>& lines,

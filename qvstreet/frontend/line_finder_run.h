@@ -45,8 +45,9 @@ enum qe_lineFinderFlags : std::int32_t {
     eRunHysteresisTrack = 8
 };
 
-/// Values of `qv_lineFinderRun::searchedResponse`. The last three find lines in the magnitude and follow them in another
-/// response, which only an extraction that follows lines one by one can do; the ridge scan takes the magnitude for them.
+/// Values of `qv_lineFinderRun::searchedResponse`. The last three find lines in the magnitude and follow them in
+/// another response, which only an extraction that follows lines one by one can do; the ridge scan takes the magnitude
+/// for them.
 enum qe_searchedResponse : std::int32_t {
     eSearchMagnitude = 0,
     eSearchImaginary = 1,

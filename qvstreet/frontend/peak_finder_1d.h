@@ -25,8 +25,7 @@ struct qvPeak1D {
 /// vertex of the parabola through the sample (of a plateau: its middle) and the values at both sides.
 class qvPeakFinder1D {
  public:
-    /// @param threshold     least height; a peak of exactly that height counts, and so does a valley of exactly minus
-    /// it
+    /// @param threshold     least height; a peak of exactly that height counts, and a valley of exactly minus that
     /// @param valueScale    samples are heights times this; not 0
     /// @param positionStep  distance between two samples, in the unit of the positions
     /// `positionOffset` is 0 and `maxPlateauWidth` 5.

@@ -34,7 +34,8 @@ double profilePosition(const qvXform<2>& profileFromClient, const qvVector<2>& p
 
 /// The range cut to whole bins inside the profile.
 qvPair<long> binRange(double from, double to, const qvTiledProjectionResult& projection) {
-    return clampBinRange(qfTruncate(from), qfTruncate(to), static_cast<long>(projection.tile(0, 0).checkedSums().size()));
+    return clampBinRange(qfTruncate(from), qfTruncate(to),
+                         static_cast<long>(projection.tile(0, 0).checkedSums().size()));
 }
 
 /// Dark is "not at or above" and light is "above": for a NaN mean the first holds and the second does not.

@@ -25,8 +25,8 @@ struct qv_projectionParams {
     static constexpr std::uint32_t kRunningSums = 4;
 
     /// With `kInscribed` the rectangle that is projected lies within the image as far as two directions allow, without
-    /// it around the image. With `kRunningSums` every sample counts with its weight, and running sums are built;
-    /// without it bins hold plain sums or means.
+    /// it around the image. With `kRunningSums` bins get square sums and counts, and running sums are built; without it
+    /// bins hold sums or means alone.
     std::uint32_t mode = 0;
     /// Direction along which the bins run; client frame.
     qvDegree primaryAngle;
@@ -81,10 +81,10 @@ struct qvTiledProjectionResult {
 
 /// Projects the image's window along the primary angle and replaces `result`.
 /// @param diagObject  reserved; pass null
-/// @throws qvPel::UnboundWindow for an unbound image; qvPel::BadSize for tile counts below 1 and for a tile without
-/// samples
-///         or, after narrowing to 16 bits, a negative number of them; qvMatrixErr::Singular for a client transform
-///         without inverse; qvInvariantFailure for a `tileSelector` other than 0
+/// @throws qvPel::UnboundWindow for an unbound image; qvPel::BadSize for tile counts below 1 and for a tile whose
+/// number
+///         of samples along a side is 0 or, after narrowing to 16 bits, negative; qvMatrixErr::Singular for a client
+///         transform without inverse; qvInvariantFailure for a `tileSelector` other than 0
 void computeTiledProjection(const qvPelBuffer_const<unsigned char>& image, const qv_projectionParams& params,
                             qvTiledProjectionResult& result, qvDiagObject* diagObject);
 

@@ -99,13 +99,13 @@ TEST(Spectrum, ImageSmallerThanTheSquareIsSampledAsOftenAsAnyOther) {
     expectXform(imageFromSample, 96.0 / 246.0, 50.0 / 246.0, 2.5, 2.5);
     ASSERT_EQ(square.width(), 256);
     ASSERT_EQ(square.height(), 256);
-    // Pel (x, y) is x + y; sample (i, j) stands at 2.5 + (i + 0.5) 96 / 246 and 2.5 + (j + 0.5) 50 / 246, whose grey level
-    // is the sum of the two less one half each: 4 + 0.39024 (i + 0.5) + 0.20325 (j + 0.5).
-    EXPECT_EQ(square.get(0, 0), 4);         // 4.297
-    EXPECT_EQ(square.get(100, 0), 43);      // 43.321
-    EXPECT_EQ(square.get(0, 100), 25);      // 24.622
-    EXPECT_EQ(square.get(200, 120), 107);   // 106.736
-    EXPECT_EQ(square.get(235, 235), 144);   // 143.768
+    // Pel (x, y) is x + y; sample (i, j) stands at 2.5 + (i + 0.5) 96 / 246 and 2.5 + (j + 0.5) 50 / 246, whose grey
+    // level is the sum of the two less one half each: 4 + 0.39024 (i + 0.5) + 0.20325 (j + 0.5).
+    EXPECT_EQ(square.get(0, 0), 4);        // 4.297
+    EXPECT_EQ(square.get(100, 0), 43);     // 43.321
+    EXPECT_EQ(square.get(0, 100), 25);     // 24.622
+    EXPECT_EQ(square.get(200, 120), 107);  // 106.736
+    EXPECT_EQ(square.get(235, 235), 144);  // 143.768
 }
 
 TEST(Spectrum, WithoutPaddingTheSquareIsSampledAtFullSize) {
@@ -199,21 +199,18 @@ TEST(Spectrum, FeatheringBlendsRowsThenColumnsAndCutsToWholeLevels) {
     // keeps its values. Columns: the last becomes column 0; column 5 half of itself and half of column 1, for row 1
     // 45.5 cut; column 4 keeps its values. In the corner (5, 4) rows first give (59 + 61) / 2 = 60; columns first would
     // give (45 + 74) / 2 = 59.
-    const Rows expected = {{10, 20, 30, 40, 50, 40, 10},   //
-                           {11, 25, 31, 43, 52, 45, 11},   //
-                           {12, 24, 36, 48, 60, 48, 12},   //
+    const Rows expected = {{10, 20, 30, 40, 50, 40, 10},    //
+                           {11, 25, 31, 43, 52, 45, 11},    //
+                           {12, 24, 36, 48, 60, 48, 12},    //
                            {100, 90, 80, 70, 60, 70, 100},  //
-                           {56, 59, 57, 58, 58, 60, 56},   //
+                           {56, 59, 57, 58, 58, 60, 56},    //
                            {10, 20, 30, 40, 50, 40, 10}};
     EXPECT_EQ(rowsOf(image), expected);
 }
 
 TEST(Spectrum, FeatheringTakesColumnsFromTheFirstBandAndRowsFromTheSecond) {
-    const qvPelBuffer<unsigned char> image = imageOf({{10, 20, 30, 40, 50},
-                                                      {12, 24, 36, 48, 60},
-                                                      {99, 98, 97, 96, 95},
-                                                      {60, 50, 40, 30, 21},
-                                                      {80, 70, 60, 50, 40}});
+    const qvPelBuffer<unsigned char> image = imageOf(
+        {{10, 20, 30, 40, 50}, {12, 24, 36, 48, 60}, {99, 98, 97, 96, 95}, {60, 50, 40, 30, 21}, {80, 70, 60, 50, 40}});
     featherPadBands(image, qvPair<long>(2, 3));
     const Rows expected = {{10, 20, 30, 40, 10},  //
                            {12, 24, 36, 48, 12},  //
@@ -224,15 +221,17 @@ TEST(Spectrum, FeatheringTakesColumnsFromTheFirstBandAndRowsFromTheSecond) {
 }
 
 TEST(Spectrum, FeatheringIsDoneInSinglePrecision) {
-    // 27 + 5 / 9 * (0 - 27) is 12; the nearest single to 5 / 9 lies above it, so that the sum stays just below.
+    // 27 + 5 / 9 * (0 - 27) is 12; the nearest single to 5 / 9 lies above it, so that the sum stays just below. 90 + 3
+    // / 9 * (87 - 90) is 89, because the product is rounded to a single again; with that weight a double would stay
+    // below 89.
     qvPelBuffer<unsigned char> image(1, 20, 32);
     qfPelSet(image, static_cast<unsigned char>(0));
     image.put(0, 5, 27);
     image.put(0, 3, 90);
-    image.put(0, 16, 240);
+    image.put(0, 16, 87);
     featherPadBands(image, qvPair<long>(0, 10));
     EXPECT_EQ(image.get(0, 14), 11);
-    EXPECT_EQ(image.get(0, 16), 140);  // 90 + 3 / 9 * 150
+    EXPECT_EQ(image.get(0, 16), 89);
     EXPECT_EQ(image.get(0, 5), 27);
 }
 

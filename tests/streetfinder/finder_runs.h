@@ -16,10 +16,9 @@ using Crossings = std::vector<qvStreetFinderStreetCrossResult>;
 using Streets = std::vector<qvStreetFinderSingleStreetResult>;
 
 /// Streets 18 wide in x and 30 in y, edges 5 wide; all times `unitsPerPel`.
-inline qvStreetFinderParams finderParams(
-    qvStreetFinderDefs::waferType mode,
-    qvStreetFinderDefs::streetPolarity polarity = qvStreetFinderDefs::eAnyPolarity, long maxResults = 20,
-    double unitsPerPel = 1.0) {
+inline qvStreetFinderParams finderParams(qvStreetFinderDefs::waferType mode,
+                                         qvStreetFinderDefs::streetPolarity polarity = qvStreetFinderDefs::eAnyPolarity,
+                                         long maxResults = 20, double unitsPerPel = 1.0) {
     const double u = unitsPerPel;
     return qvStreetFinderParams(qvPair<double>(18.0 * u, 30.0 * u), qvPair<double>(9.0 * u, 27.0 * u),
                                 qvPair<double>(15.0 * u, 45.0 * u), mode, 5.0 * u, polarity, maxResults);
@@ -55,8 +54,8 @@ inline void append(std::vector<double>& numbers, const std::vector<qvLineSeg>& s
 inline std::vector<double> numbersOf(const Crossings& results) {
     std::vector<double> numbers;
     for (const qvStreetFinderStreetCrossResult& result : results) {
-        for (const qvVector<2>& point : {result.crossing(), result.ulCorner(), result.urCorner(), result.llCorner(),
-                                         result.lrCorner()}) {
+        for (const qvVector<2>& point :
+             {result.crossing(), result.ulCorner(), result.urCorner(), result.llCorner(), result.lrCorner()}) {
             numbers.push_back(point.x());
             numbers.push_back(point.y());
         }

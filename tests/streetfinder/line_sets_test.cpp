@@ -58,8 +58,8 @@ qvLineFinderResults lineOfLength(double length, const qvVector<2>& from = qvVect
 }
 
 /// What `setImage` knows of an image before it extracts the lines.
-qv_streetFinderImpl preparedRecord(const qvPelBuffer_const<unsigned char>& image, Defs::waferType mode,
-                                   qvDegree angle0, qvDegree angle1) {
+qv_streetFinderImpl preparedRecord(const qvPelBuffer_const<unsigned char>& image, Defs::waferType mode, qvDegree angle0,
+                                   qvDegree angle1) {
     qv_streetFinderImpl impl;
     impl.flags = qvSizesFromParams;
     setModeConstants(impl, mode, Defs::eAnyPolarity);
@@ -186,8 +186,7 @@ TEST(LineSets, SpecsOfTheNamedModesHaveKindFourAndTheirRatio) {
 TEST(LineSets, SpecsStayAtTheirDefaultsWithoutAKnownModeOrTheFlag) {
     qv_streetFinderImpl impl = recordWithSamplePels(2.0, 3.0);
     for (const int mode : {3, 4, -1})
-        for (const qv_gaborSpec& spec :
-             filterSpecs(impl, width, static_cast<Defs::waferType>(mode), axes, 5.0, 1.0))
+        for (const qv_gaborSpec& spec : filterSpecs(impl, width, static_cast<Defs::waferType>(mode), axes, 5.0, 1.0))
             expectDefaultSpec(spec);
     impl.flags = 1;
     for (const Defs::waferType mode : {Defs::eEdgePairWafer, Defs::eRidgeWafer})
@@ -210,13 +209,13 @@ TEST(LineSets, FloorIsMeasuredAlongTheAngleInTheSampleFrame) {
     // At 45 degrees a sample frame of 3 by 4 pels has the direction (4, 3) / 5; two samples are (4.8, 4.8) pels.
     qv_streetFinderImpl impl = recordWithSamplePels(3.0, 4.0);
     const std::vector<qvDegree> diagonals = {qvDegree(45.0), qvDegree(90.0)};
-    expectBands(filterSpecs(impl, width, Defs::eEdgePairWafer, diagonals, 1.0, 2.0),
-                Pair(std::sqrt(46.08), 9.0), Pair(8.0, 15.0));
+    expectBands(filterSpecs(impl, width, Defs::eEdgePairWafer, diagonals, 1.0, 2.0), Pair(std::sqrt(46.08), 9.0),
+                Pair(8.0, 15.0));
     // The same through a client frame that is stretched instead: client (4, 4) is (1, 2) pels.
     impl.spectrum.imageFromSample = qvXform<2>();
     impl.clientFromImage = scaling(3.0, 4.0);
-    expectBands(filterSpecs(impl, width, Defs::eEdgePairWafer, diagonals, 1.0, 2.0),
-                Pair(std::sqrt(46.08), 9.0), Pair(8.0, 15.0));
+    expectBands(filterSpecs(impl, width, Defs::eEdgePairWafer, diagonals, 1.0, 2.0), Pair(std::sqrt(46.08), 9.0),
+                Pair(8.0, 15.0));
 }
 
 TEST(LineSets, LengthEqualToItsFloorStaysAndNanGivesWay) {
@@ -251,8 +250,7 @@ TEST(LineSets, EachDirectionGetsTheLinesOfItsOwnAngle) {
 TEST(LineSets, OnlyTheRidgeModesTakeStatistics) {
     const qvPelBuffer_const<unsigned char> image = qvtest::oblongWafer(0.0).image();
     for (const Defs::waferType mode : {Defs::eEdgePairWafer, Defs::eRidgeWafer, Defs::eCoarseRidgeWafer}) {
-        const std::vector<Lines> lines =
-            built(preparedRecord(image, mode, qvDegree(0.0), qvDegree(90.0)), mode);
+        const std::vector<Lines> lines = built(preparedRecord(image, mode, qvDegree(0.0), qvDegree(90.0)), mode);
         ASSERT_EQ(lines.size(), 2U);
         for (const Lines& list : lines) {
             ASSERT_FALSE(list.empty());
@@ -265,8 +263,7 @@ TEST(LineSets, OnlyTheRidgeModesTakeStatistics) {
 TEST(LineSets, LengthLimitsAreCrossed) {
     // 900 by 120 pels: flat lines longer than 18 pels stay, upright ones would need more than 135 and have none.
     const Defs::waferType mode = Defs::eCoarseRidgeWafer;
-    const qv_streetFinderImpl impl =
-        preparedRecord(lowWafer().image(), mode, qvDegree(0.0), qvDegree(90.0));
+    const qv_streetFinderImpl impl = preparedRecord(lowWafer().image(), mode, qvDegree(0.0), qvDegree(90.0));
     const std::vector<Lines> all = extracted(impl, mode);
     const std::vector<Lines> kept = built(impl, mode);
     EXPECT_EQ(longSegments(all[1], 60.0).size(), 4U);
@@ -287,8 +284,8 @@ TEST(LineSets, LengthLimitsAreInClientUnitsAlongTheirOwnAxis) {
     EXPECT_FALSE(all[1].empty());
     EXPECT_TRUE(kept[1].empty());
 
-    qv_streetFinderImpl smaller = preparedRecord(lowWafer().image(scaling(0.5, 5.0)), mode, qvDegree(0.0),
-                                                 qvDegree(90.0));
+    qv_streetFinderImpl smaller =
+        preparedRecord(lowWafer().image(scaling(0.5, 5.0)), mode, qvDegree(0.0), qvDegree(90.0));
     smaller.tolerances.minLineLengthFraction = 0.1;  // of 900 pels: 90 pels or 450 units
     EXPECT_EQ(segmentsOf(built(smaller, mode)[1]), longSegments(all[1], 450.0));
     EXPECT_FALSE(longSegments(all[1], 450.0).empty());

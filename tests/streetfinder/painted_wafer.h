@@ -9,8 +9,8 @@
 #include "qvstreet/platform/geometry.h"
 #include "qvstreet/platform/pel_buffer.h"
 
-// A small wafer, painted plainly: straight streets with edges one pel wide over faintly chequered dies. Image frame, pels,
-// angles in degrees from +x towards +y.
+// A small wafer, painted plainly: straight streets with edges one pel wide over faintly chequered dies. Image frame,
+// pels, angles in degrees from +x towards +y.
 
 namespace qvtest {
 

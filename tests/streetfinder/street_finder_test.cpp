@@ -125,7 +125,7 @@ TEST(StreetFinder, AnglesComeInTheirOrderAsRadiansAndUnfolded) {
     record.angles = {qvDegree(-178.9), qvDegree(90.0), qvDegree(270.0)};
     const std::vector<qvRadian> all = anglesFrom(finder, 1000);
     ASSERT_EQ(all.size(), 3U);
-    EXPECT_NEAR(all[0].toDouble(), -3.122394048, 1e-8);
+    EXPECT_NEAR(all[0].toDouble(), -3.1223940318178558, 1e-15);
     EXPECT_DOUBLE_EQ(all[1].toDouble(), 1.5707963267948966);
     EXPECT_DOUBLE_EQ(all[2].toDouble(), 4.71238898038469);
     EXPECT_EQ(anglesFrom(finder, 2).size(), 2U);
@@ -289,7 +289,8 @@ TEST(StreetFinder, FindsEveryCrossingOfBothLeanings) {
             finder.setImage(wafer.image());
             const Crossings results = crossingsFrom(finder);
             EXPECT_EQ(results.size(), 6U) << mode << ", " << lean;
-            for (const Point& truth : crossingsOf(wafer)) EXPECT_TRUE(isFound(results, truth, 2.0)) << mode << ", " << lean;
+            for (const Point& truth : crossingsOf(wafer))
+                EXPECT_TRUE(isFound(results, truth, 2.0)) << mode << ", " << lean;
             for (std::size_t k = 0; k < results.size(); ++k) {
                 EXPECT_EQ(results[k].statusFlags(), Defs::eStreetFromLine);
                 EXPECT_GT(results[k].score(), 0.7);
@@ -323,8 +324,8 @@ TEST(StreetFinder, ClientFrameMovesTheResultsAndNothingElse) {
                 for (const Point& truth : crossingsOf(wafer)) EXPECT_TRUE(isFound(results, frame * truth, 1.0));
                 const double horizontal = degrees + (mirrored ? 2.0 : -2.0);
                 for (const qvStreetFinderStreetCrossResult& result : results)
-                    EXPECT_NEAR(
-                        std::remainder(qvDegree(result.horizontalAngle()).toDouble() - horizontal, 180.0), 0.0, 0.5);
+                    EXPECT_NEAR(std::remainder(qvDegree(result.horizontalAngle()).toDouble() - horizontal, 180.0), 0.0,
+                                0.5);
             }
 }
 
@@ -342,7 +343,8 @@ TEST(StreetFinder, OnlyStreetsOfTheAskedPolarityAreFound) {
             EXPECT_GE(results.size(), 4U);
             for (const qvStreetFinderStreetCrossResult& result : results) {
                 bool isTrue = false;
-                for (const Point& truth : crossingsOf(wafer)) isTrue = isTrue || result.crossing().distance(truth) < 2.0;
+                for (const Point& truth : crossingsOf(wafer))
+                    isTrue = isTrue || result.crossing().distance(truth) < 2.0;
                 EXPECT_TRUE(isTrue);
             }
             qvStreetFinder opposite(finderParams(mode, other));

@@ -38,9 +38,8 @@ class StreetTrace : public testing::Test {
 
  private:
     const std::filesystem::path folder_ =
-        std::filesystem::temp_directory_path() /
-        ("qvstreet_trace_" + std::to_string(getpid()) + "_" +
-         testing::UnitTest::GetInstance()->current_test_info()->name());
+        std::filesystem::temp_directory_path() / ("qvstreet_trace_" + std::to_string(getpid()) + "_" +
+                                                  testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
 }  // namespace

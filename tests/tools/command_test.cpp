@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -231,14 +232,20 @@ TEST_F(Command, ATruncatedImageIsRefused) {
               "qvstreet: '" + lanes + "': is truncated: its samples need 120000 bytes, 119999 are there\n");
 }
 
-TEST_F(Command, AnImageOf40000PelsWorksOrIsRefusedByTheFinder) {
-    writeText(folder.path("wide.pgm"), uniformImage(40000, 30));
-    for (const char* mode : {"edge", "ridge", "coarse"}) {
-        const Outcome outcome = runCommand({"streets", "--mode", mode, folder.path("wide.pgm")});
-        EXPECT_EQ(outcome.signal, 0);
-        EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << outcome.status;
-        EXPECT_EQ(json::parse(outcome.out)["width"], 40000);
+TEST_F(Command, SidesBeyond32767PelsAreRefusedRatherThanSearchedInPart) {
+    for (const int width : {32768, 40000, 70000}) {
+        writeText(folder.path("wide.pgm"), uniformImage(width, 30));
+        for (const char* mode : {"edge", "ridge", "coarse"}) {
+            const Outcome outcome = runCommand({"streets", "--mode", mode, folder.path("wide.pgm")});
+            EXPECT_EQ(outcome.status, 1);
+            const json document = json::parse(outcome.out);
+            EXPECT_EQ(document["width"], width);
+            EXPECT_EQ(document["error"], "is too large for the finder (the image has " + std::to_string(width) +
+                                             " x 30 pels; allowed are sides of up to about 32767)");
+        }
     }
+    writeText(folder.path("wide.pgm"), uniformImage(30, 32767));
+    EXPECT_EQ(runCommand({"streets", "--mode", "coarse", folder.path("wide.pgm")}).status, 0);
 }
 
 TEST_F(Command, ADeclaredSizeOfTenMillionMillionPelsTakesNoMemory) {
@@ -375,6 +382,35 @@ TEST_F(Command, AFullDiskLeavesNoPartOfAFile) {
     EXPECT_EQ(result.signal, 0);
     EXPECT_EQ(result.status, 4);
     EXPECT_EQ(folder.names(), (Names{"lanes.pgm"}));
+}
+
+TEST_F(Command, ATerminatedRunLeavesNoPartOfAFile) {
+    // A pipe that nobody writes to keeps the command waiting with its JSON begun.
+    const std::string pipe = folder.path("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    Surroundings surroundings;
+    bool begun = false;
+    surroundings.whileRunning = [&](int process) {
+        for (int i = 0; i < 2000 && !begun; ++i) {
+            begun = folder.names().size() == 3;
+            ::usleep(5000);
+        }
+        ::kill(process, SIGTERM);
+    };
+    const Outcome outcome = runCommand({"angles", "--json", folder.path("o.json"), pipe}, surroundings);
+    EXPECT_TRUE(begun);
+    EXPECT_EQ(outcome.signal, SIGTERM);
+    EXPECT_EQ(folder.names(), (Names{"lanes.pgm", "pipe"}));
+}
+
+TEST_F(Command, AnImageMayComeThroughAPipe) {
+    const std::string pipe = folder.path("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    Surroundings surroundings;
+    surroundings.whileRunning = [&](int) { writeText(pipe, laneImage()); };
+    const Outcome outcome = runCommand({"angles", pipe}, surroundings);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(json::parse(outcome.out)["width"], 400);
 }
 
 TEST_F(Command, ProgressIsShownOnATerminalForSeveralImagesOnly) {

@@ -81,6 +81,7 @@ Outcome runCommand(const std::vector<std::string>& arguments, const Surroundings
         ::_exit(122);
     }
 
+    if (surroundings.whileRunning) surroundings.whileRunning(child);
     Outcome outcome;
     if (terminal >= 0) outcome.err = drain(terminal);
     int status = 0;

@@ -3,6 +3,7 @@
 #ifndef QVSTREET_TESTS_TOOLS_SUBPROCESS_H
 #define QVSTREET_TESTS_TOOLS_SUBPROCESS_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,9 +22,10 @@ enum class Standard { captured, closed, closedPipe, file };
 
 struct Surroundings {
     Standard output = Standard::captured;
-    std::string outputFile;        ///< for Standard::file
-    long fileSizeLimit = -1;       ///< bytes that each written file may have; -1: no limit
-    bool errorIsTerminal = false;  ///< standard error is a pseudo terminal
+    std::string outputFile;                   ///< for Standard::file
+    long fileSizeLimit = -1;                  ///< bytes that each written file may have; -1: no limit
+    bool errorIsTerminal = false;             ///< standard error is a pseudo terminal
+    std::function<void(int)> whileRunning{};  ///< called with the process's number once it has been started
 };
 
 /// Runs the command with these arguments and waits for its end.
