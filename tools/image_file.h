@@ -11,8 +11,7 @@ namespace qvtool {
 
 /// Reads a PNG, TIFF, BMP, PGM, PPM or JPEG file.
 /// @throws ImageError for whatever keeps the file from becoming an image: missing, unreadable, a directory, empty, not
-/// an
-///         image, truncated, damaged, of a kind that is not read, too large.
+///         an image, truncated, damaged, of a kind that is not read, too large.
 GreyImage readImageFile(const std::string& path);
 
 /// The same from memory.

@@ -117,8 +117,7 @@ class qvPelBuffer_const : public qv_PelBuffer {
     /// negative `rowUpdate` (an image stored bottom-up: `pels` is then the start of the last row in memory).
     /// `rowUpdate` is in pels. The offset is (0, 0) and the client transform the identity.
     /// @throws qvPel::BadSize for a null pointer, a width or height of 0 or less, a `rowUpdate` smaller in magnitude
-    /// than
-    ///         the width, a number beyond 32 bits, or a size in bytes that no memory can have
+    ///         than the width, a number beyond 32 bits, or a size in bytes that no memory can have
     qvPelBuffer_const(const T* pels, long width, long height, long rowUpdate)
         : qv_PelBuffer(nullptr, pels, width, height, rowUpdate, sizeof(T)) {}
 
@@ -159,8 +158,7 @@ class qvPelBuffer : public qvPelBuffer_const<T> {
     /// A new image with offset (0, 0) and the identity as client transform; the pels are not initialised. `alignment`
     /// is a hint: the start of every row is then a multiple of so many bytes, up to 64.
     /// @throws qvPel::BadSize for a width or height of 0 or less or beyond 32 bits, or a size in bytes that no memory
-    /// can
-    ///         have; std::bad_alloc for one that this machine has not
+    ///         can have; std::bad_alloc for one that this machine has not
     qvPelBuffer(long width, long height, long alignment = 32) : qvPelBuffer_const<T>(width, height, alignment) {}
 
     /// As in the read-only view, for writing; not checked.

@@ -37,8 +37,7 @@ QV_EXPORT qvPelBuffer<unsigned char> qfPelInvert_U8(const qvPelBuffer_const<unsi
 /// part. An unbound destination becomes a new image with the offset and client transform of `a`, a bound one keeps its
 /// own. `overflow` 0 wraps around at 256, 2 saturates at 255.
 /// @throws qvPel::SizeMismatch for windows of different size, qvPel::BadSize for another value of `overflow`; nothing
-/// is
-///         written then
+///         is written then
 QV_EXPORT void qfPelAdd(const qvPelBuffer_const<unsigned char>& a, const qvPelBuffer_const<unsigned char>& b,
                         qvPelBuffer<unsigned char>& destination, long overflow);
 

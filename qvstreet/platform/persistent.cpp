@@ -15,7 +15,7 @@
 namespace {
 
 /// What an object record begins with when it is stored by pointer.
-enum RecordKind : unsigned char { recordOfNull = 0, recordOfObject = 1, recordOfReference = 2 };
+enum RecordKind : std::int32_t { recordOfNull = 0, recordOfObject = 1, recordOfReference = 2 };
 
 /// Code units that are read before the next lot is asked for: the most memory that a false length can cost.
 constexpr std::size_t unitsPerLot = 1024;

@@ -5,8 +5,8 @@
 ///     source           pel positions counted from the upper left corner of the source's window
 ///     destination      sample (i, j) covers [i, i + 1) by [j, j + 1) and is taken at (i + 0.5, j + 0.5)
 ///
-/// All sampling is integer arithmetic from the source position on, so a result does not depend on the instruction set
-/// or on the order in which samples are taken.
+/// Parallelograms are sampled in integer arithmetic from the source position on, so a result does not depend on the
+/// instruction set or on the order in which samples are taken. Nor does a reduction, whose order of adding is fixed.
 #ifndef QVSTREET_PLATFORM_SAMPLING_H
 #define QVSTREET_PLATFORM_SAMPLING_H
 
@@ -78,14 +78,12 @@ class QV_EXPORT qvPolarSamplingParams {
 class QV_EXPORT qvGaussSampleParams {
  public:
     /// @param leastFactors       lower limits of the factors, (x, y); themselves at least 1
-    /// @param factors            pels along a block's sides, (x, y); a smaller one, such as the 0 of an image that is
-    /// too
-    ///                           small to be reduced, is raised to its lower limit. At most 32767
+    /// @param factors            pels along a block's sides, (x, y), at most 32767; a smaller one than its lower limit,
+    ///                           such as the 0 of an image too small to be reduced, is raised to it
     /// @param smoothing          scale of the smoothing, 1.0 being the normal one: sigma is 0.35 * factor * smoothing.
     ///                           0 to 16; at 0 only the pels nearest to a block's centre count
-    /// @param completeLastBlock  true: the last block of a row or column is completed by repeating the border pel;
-    /// false:
-    ///                           an incomplete last block is left out, unless it is the only one
+    /// @param completeLastBlock  whether the last block of a row or column is completed by repeating the border pel;
+    ///                           else an incomplete last block is left out, unless it is the only one
     /// @throws qvPel::BadSize for numbers outside these ranges
     qvGaussSampleParams(const qvPair<long>& leastFactors, const qvPair<long>& factors, double smoothing,
                         bool completeLastBlock);
@@ -127,9 +125,8 @@ QV_EXPORT void qfAffineTransformImage(const qvPelBuffer_const<unsigned char>& so
 
 /// Projects a parallelogram along its y side: the sums of the columns of what `qfAffineTransformImage` would give,
 /// without making that image.
-/// @param sums     becomes one row of `params.xNumSamples()` sums of grey levels; its pel (i, 0) covers the whole y
-/// side in
-///                 the client frame of the source
+/// @param sums     becomes one row of `params.xNumSamples()` sums of grey levels; in the client frame of the source
+///                 its pel (i, 0) covers the whole y side
 /// @param counts   likewise the number of samples of each column that lay inside the source
 /// @param scale    the number of samples of a column
 /// @param partial  whether some sample lay outside
@@ -141,8 +138,9 @@ QV_EXPORT void qfProjectImage(const qvPelBuffer_const<unsigned char>& source, qv
 /// Smooths by a Gaussian and keeps one value for each block of `params.factors()` pels, at the block's centre. The taps
 /// are the pels whose centres lie within 3 sigma of it; beyond the border the border pel is repeated.
 ///
-/// The result is within 1 grey level of the smoothing in real numbers. It has ceil(size / factor) pels along each axis,
-/// offset (0, 0), and a client transform that keeps the blocks where they were.
+/// The result is within 1 grey level of the smoothing in real numbers. It has ceil(size / factor) pels along each axis
+/// (without completed last blocks floor(size / factor), but at least 1), offset (0, 0), and a client transform that
+/// keeps the blocks where they were.
 /// @throws qvPel::UnboundWindow
 QV_EXPORT qvPelBuffer<unsigned char> qfGaussSample(const qvPelBuffer_const<unsigned char>& image,
                                                    const qvGaussSampleParams& params);

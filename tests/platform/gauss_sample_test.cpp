@@ -168,6 +168,65 @@ TEST(GaussSample, staysWithinOneGreyLevelAtLargeFactorsOnTheWorstStep) {
     }
 }
 
+/// White where the Gaussian's weights for block (1, 1) are rounded down when they are written in 2^-14, black
+/// elsewhere: the image on which whole weights lose most.
+qvPelBuffer<unsigned char> imageThatWholeWeightsSuitWorst(long fx, long fy) {
+    const auto wholeOf = [](const std::vector<double>& weights) {
+        std::vector<double> whole(weights.size());
+        double sum = 0.0;
+        double before = 0.0;
+        for (std::size_t i = 0; i < (weights.size() + 1) / 2; ++i) {
+            sum += weights[i];
+            const double rounded = std::floor(sum * 16384.0 + 0.5);
+            whole[i] = whole[weights.size() - 1 - i] = (rounded - before) / 16384.0;
+            before = rounded;
+        }
+        return whole;
+    };
+    long firstX = 0;
+    long firstY = 0;
+    const std::vector<double> wx = qvtest::slowGaussTaps(fx, 1.0, firstX);
+    const std::vector<double> wy = qvtest::slowGaussTaps(fy, 1.0, firstY);
+    const std::vector<double> wholeX = wholeOf(wx);
+    const std::vector<double> wholeY = wholeOf(wy);
+    qvPelBuffer<unsigned char> image(3 * fx, 3 * fy, 32);
+    qfPelSet(image, static_cast<unsigned char>(0));
+    for (std::size_t j = 0; j < wy.size(); ++j)
+        for (std::size_t i = 0; i < wx.size(); ++i)
+            if (wx[i] * wy[j] > wholeX[i] * wholeY[j])
+                image.put(fx + firstX + static_cast<long>(i), fy + firstY + static_cast<long>(j), 255);
+    return image;
+}
+
+TEST(GaussSample, staysWithinOneGreyLevelOnTheImageThatSuitsItsWeightsWorst) {
+    for (const auto& [fx, fy] : {Pair(1, 1), Pair(3, 2), Pair(16, 7), Pair(16, 16), Pair(50, 50), Pair(100, 100),
+                                 Pair(90, 120), Pair(400, 1)}) {
+        const auto image = imageThatWholeWeightsSuitWorst(fx, fy);
+        const auto reduced = qfGaussSample(image, reducingBy(fx, fy));
+        const std::vector<double> slow = qvtest::slowGauss(image, fx, fy, 1.0);
+        for (long y = 0; y < 3; ++y)
+            for (long x = 0; x < 3; ++x)
+                EXPECT_NEAR(reduced.get(x, y), slow[static_cast<std::size_t>(3 * y + x)], 1.0) << fx << ", " << fy;
+    }
+}
+
+TEST(GaussSample, equalsRealNumbersWhereTapsAreTooManyForWholeWeights) {
+    const auto image = noiseImage(330, 260, 17);
+    for (const auto& [fx, fy] : {Pair(100, 100), Pair(64, 90), Pair(1, 200), Pair(700, 1)}) {
+        const auto reduced = qfGaussSample(qvtest::asWindow(image, 5, 3), reducingBy(fx, fy));
+        const std::vector<double> slow = qvtest::slowGauss(image, fx, fy, 1.0);
+        std::size_t i = 0;
+        for (const auto& row : rowsOf(reduced))
+            for (const int value : row) ASSERT_NEAR(value, slow[i++], 0.5 + 1e-9) << fx << ", " << fy;
+        ASSERT_EQ(i, slow.size());
+    }
+    const auto smooth = qfGaussSample(image, qvGaussSampleParams(Pair(1, 1), Pair(9, 4), 16.0, true));
+    const std::vector<double> slow = qvtest::slowGauss(image, 9, 4, 16.0);
+    for (long y = 0; y < smooth.height(); ++y)
+        for (long x = 0; x < smooth.width(); ++x)
+            ASSERT_NEAR(smooth.get(x, y), slow[static_cast<std::size_t>(y * smooth.width() + x)], 0.5 + 1e-9);
+}
+
 TEST(GaussSample, aMirroredImageGivesTheMirroredResult) {
     const auto image = noiseImage(60, 36, 10);
     qvPelBuffer<unsigned char> mirrored(60, 36, 32);
