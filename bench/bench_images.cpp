@@ -18,8 +18,7 @@ qvtest::GreyImage renderedWafer(long side) {
     qvtest::Scene scene;
     scene.width = side;
     scene.height = side;
-    scene.families[0] =
-        qvtest::centredFamily(kTiltDegrees, pitch, kStreets, 0.01 * pitch, streetWidth(side), 60.0);
+    scene.families[0] = qvtest::centredFamily(kTiltDegrees, pitch, kStreets, 0.01 * pitch, streetWidth(side), 60.0);
     scene.families[1] =
         qvtest::centredFamily(90.0 + kTiltDegrees, pitch, kStreets, 0.02 * pitch, streetWidth(side), 60.0);
     scene.noiseSigma = 3.0;
@@ -45,8 +44,8 @@ const qvPelBuffer_const<unsigned char>& waferImage(long side) {
 qvStreetFinderParams waferParams(long side, qvStreetFinderDefs::waferType mode) {
     const double width = streetWidth(side);
     const qvPair<double> range(0.5 * width, 1.5 * width);
-    return qvStreetFinderParams(qvPair<double>(width, width), range, range, mode, 5.0,
-                                qvStreetFinderDefs::eAnyPolarity, 13);
+    return qvStreetFinderParams(qvPair<double>(width, width), range, range, mode, 5.0, qvStreetFinderDefs::eAnyPolarity,
+                                13);
 }
 
 }  // namespace qvbench

@@ -14,7 +14,8 @@ void warpAffine(benchmark::State& state) {
     const long side = state.range(0);
     const qvPelBuffer_const<unsigned char>& image = qvbench::waferImage(side);
     const cv::Mat source(static_cast<int>(side), static_cast<int>(side), CV_8UC1,
-                         const_cast<unsigned char*>(image.pointToOffset()), static_cast<std::size_t>(image.rowUpdate()));
+                         const_cast<unsigned char*>(image.pointToOffset()),
+                         static_cast<std::size_t>(image.rowUpdate()));
     const float middle = static_cast<float>(side) / 2.0f;
     const cv::Mat turn = cv::getRotationMatrix2D(cv::Point2f(middle, middle), 1.3, 1.0);
     cv::Mat destination;

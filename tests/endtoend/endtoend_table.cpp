@@ -33,8 +33,9 @@ void printRow(const SceneRow& row, RunMode mode, const MatchReport& report, std:
 }  // namespace
 
 int main() {
-    std::printf("| scene | row | size | mode | expected | found | false | surplus | worst, pels | worst, sample pels | "
-                "angle, deg | single streets |\n|---|---|---|---|---|---|---|---|---|---|---|---|\n");
+    std::printf(
+        "| scene | row | size | mode | expected | found | false | surplus | worst, pels | worst, sample pels | "
+        "angle, deg | single streets |\n|---|---|---|---|---|---|---|---|---|---|---|---|\n");
     std::vector<double> errors;
     std::vector<double> angleErrors;
     std::size_t cleanRows = 0;
@@ -51,9 +52,10 @@ int main() {
             angleErrors.push_back(report.worstAngleErrorDegrees);
         }
     }
-    std::printf("\nClean rows in coarse mode: %zu rows, %zu crossings; error in sample pels: median %.3f, nine in ten "
-                "%.3f, worst %.3f; worst angle error of a row: median %.3f degrees, worst %.3f.\n",
-                cleanRows, errors.size(), quantile(errors, 0.5), quantile(errors, 0.9), quantile(errors, 1.0),
-                quantile(angleErrors, 0.5), quantile(angleErrors, 1.0));
+    std::printf(
+        "\nClean rows in coarse mode: %zu rows, %zu crossings; error in sample pels: median %.3f, nine in ten "
+        "%.3f, worst %.3f; worst angle error of a row: median %.3f degrees, worst %.3f.\n",
+        cleanRows, errors.size(), quantile(errors, 0.5), quantile(errors, 0.9), quantile(errors, 1.0),
+        quantile(angleErrors, 0.5), quantile(angleErrors, 1.0));
     return 0;
 }

@@ -53,8 +53,8 @@ class Photograph : public testing::Test {
 };
 
 TEST_F(Photograph, CountingSlideGivesItsNineCrossingsWithinFourPels) {
-    const json found = runCommand("find '" + folder() +
-                                  "/grid_slide_full.png' --mode coarse --width 6 --range-x 3,10 --range-y 3,10 --max 13");
+    const json found = runCommand(
+        "find '" + folder() + "/grid_slide_full.png' --mode coarse --width 6 --range-x 3,10 --range-y 3,10 --max 13");
     const auto measured = measuredCrossings("grid_slide_full.png");
     ASSERT_EQ(measured.size(), 9u);
     double worst = 0.0;

@@ -57,9 +57,12 @@ std::string listJson(const std::vector<T>& list, Writer writer) {
 
 const char* modeName(RunMode mode) {
     switch (mode) {
-        case RunMode::edge: return "edge";
-        case RunMode::ridge: return "ridge";
-        case RunMode::coarse: return "coarse";
+        case RunMode::edge:
+            return "edge";
+        case RunMode::ridge:
+            return "ridge";
+        case RunMode::coarse:
+            return "coarse";
     }
     return "?";
 }
@@ -101,8 +104,8 @@ std::vector<FoundCrossing> foundCrossings(const SceneOutcome& outcome) {
 }
 
 std::string outcomeJson(const std::string& name, RunMode mode, const SceneOutcome& outcome) {
-    return "{\"scene\":\"" + name + "\",\"mode\":\"" + modeName(mode) + "\",\"angles\":" +
-           listJson(outcome.angles, [](qvRadian angle) { return number(angle.toDouble()); }) +
+    return "{\"scene\":\"" + name + "\",\"mode\":\"" + modeName(mode) +
+           "\",\"angles\":" + listJson(outcome.angles, [](qvRadian angle) { return number(angle.toDouble()); }) +
            ",\"crossings\":" + listJson(outcome.crossings, crossingJson) +
            ",\"streets\":" + listJson(outcome.streets, streetJson) + "}";
 }
