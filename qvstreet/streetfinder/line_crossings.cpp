@@ -96,7 +96,6 @@ void crossStreetLines(const qv_streetFinderImpl& impl, const qvStreetFinderParam
     classifyStreetLines(impl.lines, lists, params, impl);
     // Two lists once an image is bound, none after a binding that broke off.
     lists.resize(2);
-    results.clear();
     results.resize(lists[0].size() * lists[1].size());
     std::size_t k = 0;
     for (const qvDIPair& entry0 : lists[0])

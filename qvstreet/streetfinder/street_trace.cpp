@@ -13,7 +13,6 @@ void traceText(qv_streetTrace* trace, const std::wstring& text) {
 qv_traceFrame::qv_traceFrame(qv_streetTrace* trace) : trace_(trace), exceptionsAtEntry_(std::uncaught_exceptions()) {
     if (trace_ == nullptr || !trace_->enabled || trace_->stream.is_open()) return;
     // An unusable path leaves the stream closed, and the stages write nothing.
-    trace_->stream.clear();
     trace_->stream.open(std::string(trace_->narrowName.begin(), trace_->narrowName.end()), std::ios::app);
     opened_ = true;
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -45,6 +46,14 @@ Tested tested(const qvLineFinderResults& line, double width, const qvTiledProjec
 /// The verdict on a line at 50 and a width of 20 units, so a half width of 10 bins.
 Defs::streetPolarity verdictAt50(const std::vector<double>& greys, double margin = 0.0) {
     return tested(flatLine(50.0), 20.0, literalProfile(greys), margin).polarity;
+}
+
+/// The same on a profile with these means: left of bins 29 to 50, centre of 45 to 55, right of 51 to 71.
+Defs::streetPolarity verdictOfMeans(double left, double centre, double right, double margin = 0.0) {
+    std::vector<double> greys = streetProfile(100, 0.0, 45, 55, centre);
+    for (std::size_t b = 29; b <= 44; ++b) greys[b] = (22.0 * left - 6.0 * centre) / 16.0;
+    for (std::size_t b = 56; b <= 71; ++b) greys[b] = (21.0 * right - 5.0 * centre) / 16.0;
+    return verdictAt50(greys, margin);
 }
 
 /// 100 bins of 100 but for a centre of `grey` in bins 45 to 55 and one spike that outweighs every side.
@@ -148,11 +157,20 @@ TEST(ProjectionPolarity, RightSideReachesFromTheLineToTwoHalfWidthsBeyond) {
     EXPECT_EQ(verdictAt50(spiked(90.0, 71, -1e6)), Defs::eAnyPolarity);
     EXPECT_EQ(verdictAt50(spiked(110.0, 72, 1e6)), Defs::eLightOnDark);
     EXPECT_EQ(verdictAt50(spiked(110.0, 71, 1e6)), Defs::eAnyPolarity);
-    // Bin 50 belongs to the left side and the centre: as it lightens the centre less than the left side's lead, only
-    // the right side, which does not have it, is darker than the centre.
-    std::vector<double> greys(100, 100.0);
-    greys[50] = 122.0;
-    EXPECT_EQ(verdictAt50(greys), Defs::eLightOnDark);
+}
+
+TEST(ProjectionPolarity, BinOfTheLineBelongsToTheLeftSideOnly) {
+    // The spike makes the centre 200 and one side of 16 bins of 190 and five or six of 100 less than that, unless the
+    // spike is part of that side.
+    const auto verdictWith = [](long first, long last, std::size_t spike) {
+        std::vector<double> greys = streetProfile(100, 100.0, first, last, 190.0);
+        greys[spike] = 1200.0;
+        return verdictAt50(greys);
+    };
+    EXPECT_EQ(verdictWith(29, 44, 50), Defs::eAnyPolarity);
+    EXPECT_EQ(verdictWith(29, 44, 51), Defs::eLightOnDark);
+    EXPECT_EQ(verdictWith(56, 71, 50), Defs::eLightOnDark);
+    EXPECT_EQ(verdictWith(56, 71, 51), Defs::eAnyPolarity);
 }
 
 TEST(ProjectionPolarity, BinPositionsAreCutTowardsZero) {
@@ -176,26 +194,25 @@ TEST(ProjectionPolarity, PositionOfASlantedLineIsTheMeanOfItsEnds) {
 }
 
 TEST(ProjectionPolarity, CentreEqualToOneSideIsUndecided) {
-    EXPECT_EQ(verdictAt50(std::vector<double>(100, 90.0)), Defs::eAnyPolarity);
-    // Left, centre and right means of 100, 100 and 50, then of 100, 100 and 150.
-    EXPECT_EQ(verdictAt50(streetProfile(100, 100.0, 56, 71, 34.375)), Defs::eAnyPolarity);
-    EXPECT_EQ(verdictAt50(streetProfile(100, 100.0, 56, 71, 165.625)), Defs::eAnyPolarity);
+    EXPECT_EQ(verdictOfMeans(90.0, 90.0, 90.0), Defs::eAnyPolarity);
+    EXPECT_EQ(verdictOfMeans(100.0, 100.0, 50.0), Defs::eAnyPolarity);
+    EXPECT_EQ(verdictOfMeans(50.0, 100.0, 100.0), Defs::eAnyPolarity);
+    EXPECT_EQ(verdictOfMeans(100.0, 100.0, 150.0), Defs::eAnyPolarity);
+    EXPECT_EQ(verdictOfMeans(150.0, 100.0, 100.0), Defs::eAnyPolarity);
+    EXPECT_EQ(verdictOfMeans(101.0, 100.0, 150.0), Defs::eDarkOnLight);
+    EXPECT_EQ(verdictOfMeans(50.0, 100.0, 99.0), Defs::eLightOnDark);
+    EXPECT_EQ(verdictOfMeans(50.0, 100.0, 150.0), Defs::eAnyPolarity);
 }
 
-TEST(ProjectionPolarity, MarginIsAFractionOfTheSides) {
-    // Sides of exactly 100: the eleven centre bins are made up for by the others.
-    const auto withCentre = [](double centre) {
-        std::vector<double> greys = streetProfile(100, 100.0, 45, 55, centre);
-        for (std::size_t b = 29; b <= 44; ++b) greys[b] = 100.0 - (centre - 100.0) * 6.0 / 16.0;
-        for (std::size_t b = 56; b <= 71; ++b) greys[b] = 100.0 - (centre - 100.0) * 5.0 / 16.0;
-        return greys;
-    };
-    EXPECT_EQ(verdictAt50(withCentre(74.0), 0.25), Defs::eDarkOnLight);
-    EXPECT_EQ(verdictAt50(withCentre(75.0), 0.25), Defs::eAnyPolarity);
-    EXPECT_EQ(verdictAt50(withCentre(125.0), 0.25), Defs::eAnyPolarity);
-    EXPECT_EQ(verdictAt50(withCentre(126.0), 0.25), Defs::eLightOnDark);
-    EXPECT_EQ(verdictAt50(withCentre(99.0), 0.0), Defs::eDarkOnLight);
-    EXPECT_EQ(verdictAt50(withCentre(101.0), 0.0), Defs::eLightOnDark);
+TEST(ProjectionPolarity, MarginIsAFractionOfEachSide) {
+    EXPECT_EQ(verdictOfMeans(100.0, 74.0, 200.0, 0.25), Defs::eDarkOnLight);
+    EXPECT_EQ(verdictOfMeans(200.0, 74.0, 100.0, 0.25), Defs::eDarkOnLight);
+    EXPECT_EQ(verdictOfMeans(100.0, 75.0, 200.0, 0.25), Defs::eAnyPolarity);
+    EXPECT_EQ(verdictOfMeans(200.0, 75.0, 100.0, 0.25), Defs::eAnyPolarity);
+    EXPECT_EQ(verdictOfMeans(80.0, 101.0, 40.0, 0.25), Defs::eLightOnDark);
+    EXPECT_EQ(verdictOfMeans(40.0, 101.0, 80.0, 0.25), Defs::eLightOnDark);
+    EXPECT_EQ(verdictOfMeans(80.0, 100.0, 40.0, 0.25), Defs::eAnyPolarity);
+    EXPECT_EQ(verdictOfMeans(40.0, 100.0, 80.0, 0.25), Defs::eAnyPolarity);
 }
 
 TEST(ProjectionPolarity, NanMeansCountAsDark) {
@@ -369,6 +386,16 @@ TEST(ProjectionPolarity, LinesOfAnotherVerdictAreLeftOut) {
     for (const std::vector<qvDIPair>& list : classified(record(false), Defs::eDarkOnLight)) EXPECT_TRUE(list.empty());
     for (const std::vector<qvDIPair>& list : classified(record(true), static_cast<Defs::streetPolarity>(7)))
         EXPECT_TRUE(list.empty());
+}
+
+TEST(ProjectionPolarity, ClassificationHasNoMargin) {
+    // A valley 11 grey levels deep in a thousand.
+    qv_streetFinderImpl impl = record(true);
+    impl.projectionAlong0 =
+        literalProfile(shapedProfile(100, [](double b) { return 1000.0 + std::fabs(b - 50.0); }), binsAlongY());
+    const std::vector<std::vector<qvDIPair>> dark = classified(impl, Defs::eDarkOnLight);
+    ASSERT_EQ(dark[0].size(), 2U);
+    expectEntry(dark[0][0], 1004.0, 0);
 }
 
 TEST(ProjectionPolarity, AnyPolarityReadsNoProjection) {

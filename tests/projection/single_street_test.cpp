@@ -387,6 +387,26 @@ TEST(SingleStreet, EdgePairsOfTheAskedPolarityAreJudgedOnTheirOwnProfile) {
     EXPECT_EQ(light[0].lineSegs()[0], impl.lines[1][0].segment());
 }
 
+TEST(SingleStreet, SidesOfAnEdgePairReachAFifthOfItsGapBeyond) {
+    // Edges at 40 and 58: the left side has bins 35 to 38, the right one 60 to 63.
+    const auto streetsWithSpikeAt = [](std::size_t bin) {
+        std::vector<double> greys = streetProfile(101, 150.0, 42, 56, 60.0);
+        greys[bin] = -1e6;
+        qv_streetFinderImpl impl = record();
+        impl.projectionAlong0 = literalProfile(greys, binsAlongY());
+        impl.lines[0] = {flatLine(40.0), flatLine(58.0)};
+        return fromEdges(impl, paramsFor(10, Defs::eDarkOnLight)).size();
+    };
+    EXPECT_EQ(streetsWithSpikeAt(34), 1U);
+    EXPECT_EQ(streetsWithSpikeAt(35), 0U);
+    EXPECT_EQ(streetsWithSpikeAt(38), 0U);
+    EXPECT_EQ(streetsWithSpikeAt(39), 1U);
+    EXPECT_EQ(streetsWithSpikeAt(59), 1U);
+    EXPECT_EQ(streetsWithSpikeAt(60), 0U);
+    EXPECT_EQ(streetsWithSpikeAt(63), 0U);
+    EXPECT_EQ(streetsWithSpikeAt(64), 1U);
+}
+
 TEST(SingleStreet, CostOfALineIsTheMeanOfThreeTerms) {
     // 300 of twice 400 and 200 of twice 300 units; deviations of 5 and 1 over 10.000001.
     qv_streetFinderImpl impl = record();

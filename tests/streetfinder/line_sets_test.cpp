@@ -261,15 +261,18 @@ TEST(LineSets, OnlyTheRidgeModesTakeStatistics) {
 }
 
 TEST(LineSets, LengthLimitsAreCrossed) {
-    // 900 by 120 pels: flat lines longer than 18 pels stay, upright ones would need more than 135 and have none.
+    // 900 by 120 pels: upright lines would need more than 135 pels and have none, flat ones need more than 18.
     const Defs::waferType mode = Defs::eCoarseRidgeWafer;
-    const qv_streetFinderImpl impl = preparedRecord(lowWafer().image(), mode, qvDegree(0.0), qvDegree(90.0));
+    qv_streetFinderImpl impl = preparedRecord(lowWafer().image(), mode, qvDegree(0.0), qvDegree(90.0));
     const std::vector<Lines> all = extracted(impl, mode);
     const std::vector<Lines> kept = built(impl, mode);
     EXPECT_EQ(longSegments(all[1], 60.0).size(), 4U);
     EXPECT_TRUE(kept[1].empty());
     EXPECT_EQ(segmentsOf(kept[0]), longSegments(all[0], 18.0));
-    EXPECT_EQ(longSegments(kept[0], 800.0).size(), 1U);
+    // One and a half heights are 180 pels, one and a half widths 1350.
+    impl.tolerances.minLineLengthFraction = 1.5;
+    EXPECT_EQ(segmentsOf(built(impl, mode)[0]), longSegments(all[0], 180.0));
+    EXPECT_EQ(longSegments(all[0], 800.0).size(), 1U);
 }
 
 TEST(LineSets, LengthLimitsAreInClientUnitsAlongTheirOwnAxis) {

@@ -75,9 +75,13 @@ qvXform<2> matrix(double a, double b, double c, double d) {
 Image lateFailure() { return withFrame(goodImage(), matrix(1.0, 2.0, 0.0, 0.0)); }
 
 void expectFindsNothing(qvStreetFinder& finder) {
-    EXPECT_TRUE(streetsFrom(finder).empty());
+    qvtest::Streets streets(3);
+    finder.findSingleStreet(streets);
+    EXPECT_TRUE(streets.empty());
     if (finder.runParams().runMode() == Defs::eEdgePairWafer) return;
-    EXPECT_TRUE(crossingsFrom(finder).empty());
+    qvtest::Crossings crossings(3);
+    finder.find(crossings);
+    EXPECT_TRUE(crossings.empty());
 }
 
 /// The pels of the wafer at `firstPel` of some memory, `rowUpdate` apart.
@@ -395,7 +399,9 @@ TEST(StreetFinderBinding, AssignmentReplacesParametersAndRecord) {
     EXPECT_EQ(allNumbersFrom(target), expected);
     EXPECT_NE(&qf_finderRecord(target), &qf_finderRecord(source));
 
+    const qv_streetFinderImpl* const record = &qf_finderRecord(source);
     Access::assign(source, source);
+    EXPECT_EQ(&qf_finderRecord(source), record);
     EXPECT_EQ(allNumbersFrom(source), expected);
 
     const qvStreetFinder unbound(finderParams(Defs::eRidgeWafer));

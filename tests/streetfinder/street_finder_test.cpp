@@ -260,25 +260,34 @@ TEST(StreetFinder, SetImageFillsTheRecord) {
     EXPECT_NE(record.imageDeviation, profileDeviation(record.projectionAlong1));
 }
 
+TEST(StreetFinder, SetImageSetsTheFlagAndLeavesOthers) {
+    qvStreetFinder finder(finderParams(Defs::eCoarseRidgeWafer));
+    Access::record(finder).flags = 1;
+    finder.setImage(oblongWafer(0.0).image());
+    EXPECT_EQ(qf_finderRecord(finder).flags, 3U);
+    EXPECT_EQ(crossingsFrom(finder).size(), 6U);
+}
+
 TEST(StreetFinder, UniformImageHasTheImageAxesAsStreetsAndNoLines) {
-    for (const Defs::waferType mode : allModes) {
-        OpenFinder finder(finderParams(mode));
-        qvPelBuffer_const<unsigned char> image = uniformImage(300, 200, 77);
-        image.clientFromImageXform(clientFrame(3.0, 0.5, true));
-        finder.setImage(image);
-        const qv_streetFinderImpl& record = Access::record(finder);
-        EXPECT_TRUE(record.angles.empty());
-        EXPECT_TRUE(record.angleScores.empty());
-        ASSERT_EQ(record.streetAngles.size(), 2U);
-        EXPECT_NEAR(record.streetAngles[0].toDouble(), 3.0, 1e-9);
-        EXPECT_NEAR(record.streetAngles[1].toDouble(), -87.0, 1e-9);
-        ASSERT_EQ(record.lines.size(), 2U);
-        EXPECT_EQ(finder.getLineCount(), 0);
-        EXPECT_EQ(record.imageDeviation, 0.0);
-        EXPECT_TRUE(streetsFrom(finder).empty());
-        if (mode == Defs::eEdgePairWafer) continue;
-        EXPECT_TRUE(crossingsFrom(finder).empty());
-    }
+    for (const Defs::waferType mode : allModes)
+        for (const bool mirrored : {false, true}) {
+            OpenFinder finder(finderParams(mode));
+            qvPelBuffer_const<unsigned char> image = uniformImage(300, 200, 77);
+            image.clientFromImageXform(clientFrame(3.0, 0.5, mirrored));
+            finder.setImage(image);
+            const qv_streetFinderImpl& record = Access::record(finder);
+            EXPECT_TRUE(record.angles.empty());
+            EXPECT_TRUE(record.angleScores.empty());
+            ASSERT_EQ(record.streetAngles.size(), 2U);
+            EXPECT_NEAR(record.streetAngles[0].toDouble(), 3.0, 1e-9);
+            EXPECT_NEAR(record.streetAngles[1].toDouble(), mirrored ? -87.0 : 93.0, 1e-9);
+            ASSERT_EQ(record.lines.size(), 2U);
+            EXPECT_EQ(finder.getLineCount(), 0);
+            EXPECT_EQ(record.imageDeviation, 0.0);
+            EXPECT_TRUE(streetsFrom(finder).empty());
+            if (mode == Defs::eEdgePairWafer) continue;
+            EXPECT_TRUE(crossingsFrom(finder).empty());
+        }
 }
 
 TEST(StreetFinder, FindsEveryCrossingOfBothLeanings) {
