@@ -2,7 +2,8 @@
 # From a bare Debian machine to a picture of a wafer with its streets drawn in.
 #
 #     ./scripts/demo.sh                    the sample image
-#     ./scripts/demo.sh IMAGE [OPTION...]  your own image; options go to `qvstreet find`, see `qvstreet find --help`
+#     ./scripts/demo.sh IMAGE [OPTION...]  your own image; options go to `qvstreet find`, see docs/command.md. The mode
+#                                          is coarse unless --mode says otherwise; --json and --overlay are taken
 set -euo pipefail
 
 here=$(pwd)
@@ -10,19 +11,38 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 source "$root/scripts/packages.sh"
 
 if [ "${1:-}" = -h ] || [ "${1:-}" = --help ]; then
-    sed -n '2,6s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"
+    sed -n '2,7s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"
     exit 0
 fi
 
-options=(--mode coarse)
+mode=(--mode coarse)
+width=
 if [ $# -gt 0 ]; then
-    image=$1
+    case $1 in
+        -*) echo "demo.sh: the image comes first: ./scripts/demo.sh IMAGE [OPTION...], not '$1'" >&2; exit 2 ;;
+        /*) image=$1 ;;
+        *) image=$here/$1 ;;
+    esac
     shift
-    case $image in /*) ;; *) image=$here/$image ;; esac
-    [ $# -gt 0 ] && options=("$@")
+    if [ ! -f "$image" ]; then
+        echo "demo.sh: '$image' is not a file; give an image: PNG, TIFF, BMP, PGM/PPM or JPEG" >&2
+        exit 3
+    fi
+    for option in "$@"; do
+        case $option in
+            --mode | --mode=*) mode=() ;;
+            --width | --width=*) width=given ;;
+            --json | --json=* | --overlay | --overlay=*)
+                echo "demo.sh: $option is taken: the demo writes both itself; run build/demo/tools/qvstreet instead" >&2
+                exit 2
+                ;;
+        esac
+    done
+    options=("${mode[@]}" "$@")
 else
     image=$root/examples/images/wafer_coarse.png
     options=(--mode coarse --width 20 --max 20)
+    width=given
 fi
 
 qv_install "${QV_BUILD_PACKAGES[@]}"
@@ -45,13 +65,17 @@ json=$out/${name%.*}_streets.json
 
 echo "Finding the streets of $image"
 echo "    qvstreet find ${options[*]}"
-"$root/build/demo/tools/qvstreet" find "$image" "${options[@]}" --overlay "$picture" --json "$json"
+"$root/build/demo/tools/qvstreet" find "${options[@]}" --overlay "$out/{name}_streets.png" --json "$json" -- "$image"
 
 found=$(grep -c '"horizontalAngle"' "$json" || true)
 echo
 echo "Found $found crossings."
 echo "Picture: $picture"
 echo "JSON:    $json"
-if [ "$found" -eq 0 ]; then
-    echo "Nothing was found. Tell the finder the streets' width in pels, for instance: --mode coarse --width 20 --max 50"
+echo "Command: $root/build/demo/tools/qvstreet"
+if [ -z "$width" ]; then
+    echo "The streets were taken to be 10 pels wide. Tell their width and, if you know it, whether they are darker or"
+    echo "lighter than what they part: ./scripts/demo.sh IMAGE --width 20 --polarity dark"
+elif [ "$found" -eq 0 ]; then
+    echo "Nothing was found. Is the width right, in pels? Leave --polarity out, or try another --mode."
 fi

@@ -17,6 +17,13 @@ esac
 qv_install "${QV_BUILD_PACKAGES[@]}" "${QV_TEST_PACKAGES[@]}"
 jobs=$(nproc)
 
+# A locale with a decimal comma, for the tests that must not notice it; the machine's own locales stay as they are.
+export LOCPATH=$PWD/build/locales
+if [ ! -d "$LOCPATH/de_DE.UTF-8" ]; then
+    mkdir -p "$LOCPATH"
+    localedef -i de_DE -f UTF-8 "$LOCPATH/de_DE.UTF-8"
+fi
+
 run() {
     local preset=$1
     echo "== $preset: build"

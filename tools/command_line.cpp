@@ -131,7 +131,7 @@ constexpr OptionSpec kOptions[] = {
      applyPolarity},
     {"--max", "N", "most results (default 100)", "a whole number from 1 to 2147483647", applyMax},
     {"--client", "A,B,C,D,TX,TY", "client = [A B; C D] * image + (TX, TY) (default 1,0,0,1,0,0)",
-     "six numbers A,B,C,D,TX,TY with A*D - B*C not 0", applyClient},
+     "six numbers A,B,C,D,TX,TY with A*D - B*C finite and not 0", applyClient},
     {"--json", "FILE", "where the JSON goes; - is standard output (default -)", "a file name, or - for standard output",
      applyJson},
     {"--overlay", "FILE", "picture of the results, .svg or .png; {name}, {n} for several images",
@@ -182,7 +182,7 @@ class HelpLayout : public CLI::Formatter {
 };
 
 constexpr std::pair<Subcommand, const char*> kSubcommands[] = {
-    {Subcommand::find, "Find street crossings"},
+    {Subcommand::find, "Find street crossings; takes --mode ridge or --mode coarse so far"},
     {Subcommand::streets, "Find single streets"},
     {Subcommand::angles, "Find the dominant angles, with their scores"},
 };

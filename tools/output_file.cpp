@@ -137,9 +137,11 @@ void OutputFile::commit() {
 }
 
 void OutputFile::fail(int error) const {
-    const std::string name = path_ == "-" ? "standard output" : inQuotes(path_);
-    throw OutputError(name + ": cannot be written: " + std::strerror(error) +
-                      "; allowed is a file in an existing folder with room and permission to write");
+    const bool standardOutput = path_ == "-";
+    const std::string name = standardOutput ? "standard output" : inQuotes(path_);
+    throw OutputError(name + ": cannot be written: " + std::strerror(error) + "; allowed is " +
+                      (standardOutput ? "an open file, pipe or terminal that takes all of it"
+                                      : "a file in an existing folder with room and permission to write"));
 }
 
 void prepareProcessForOutput() {

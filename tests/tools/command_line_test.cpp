@@ -136,10 +136,11 @@ TEST(CommandLine, EachRefusalNamesOptionValueAndWhatIsAllowed) {
     EXPECT_EQ(refused({"--max", "0"}), "--max: '0'" + max);
     EXPECT_EQ(refused({"--max", "2147483648"}), "--max: '2147483648'" + max);
     EXPECT_EQ(refused({"--max", "1.5"}), "--max: '1.5'" + max);
-    const std::string client = " is not allowed; allowed is six numbers A,B,C,D,TX,TY with A*D - B*C not 0";
+    const std::string client = " is not allowed; allowed is six numbers A,B,C,D,TX,TY with A*D - B*C finite and not 0";
     EXPECT_EQ(refused({"--client", "1,0,0,1,0"}), "--client: '1,0,0,1,0'" + client);
     EXPECT_EQ(refused({"--client", "1,2,2,4,0,0"}), "--client: '1,2,2,4,0,0'" + client);
     EXPECT_EQ(refused({"--client", "1e300,0,0,1e300,0,0"}), "--client: '1e300,0,0,1e300,0,0'" + client);
+    EXPECT_EQ(refused({"--client", "1e-300,0,0,1e-300,0,0"}), "--client: '1e-300,0,0,1e-300,0,0'" + client);
     EXPECT_EQ(refused({"--overlay", "x.jpg"}),
               "--overlay: 'x.jpg' is not allowed; allowed is a file name that ends in .svg or .png");
     EXPECT_EQ(refused({"--overlay", ".png"}),
@@ -193,6 +194,12 @@ TEST(CommandLine, HelpNamesEveryOptionAndStatusAndShowsExamples) {
     }
     EXPECT_NE(parseCommandLine({"--help"}).output.find("streets"), std::string::npos);
     EXPECT_EQ(parseCommandLine({"-h"}).output, parseCommandLine({"--help"}).output);
+}
+
+TEST(CommandLine, HelpOfFindNamesTheModesThatItHas) {
+    const std::string words = "Find street crossings; takes --mode ridge or --mode coarse so far";
+    EXPECT_NE(parseCommandLine({"find", "--help"}).output.find(words), std::string::npos);
+    EXPECT_EQ(parseCommandLine({"streets", "--help"}).output.find(words), std::string::npos);
 }
 
 TEST(CommandLine, VersionIsPrinted) {

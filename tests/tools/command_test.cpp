@@ -329,8 +329,8 @@ TEST_F(Command, AFullOrClosedStandardOutputIsStatusFour) {
     const Outcome full = runCommand({"angles", lanes}, surroundings);
     EXPECT_EQ(full.status, 4);
     EXPECT_EQ(full.err,
-              "qvstreet: standard output: cannot be written: No space left on device; allowed is a file in an existing "
-              "folder with room and permission to write\n");
+              "qvstreet: standard output: cannot be written: No space left on device; allowed is an open file, pipe or "
+              "terminal that takes all of it\n");
     surroundings.output = Standard::closedPipe;
     const Outcome pipe = runCommand({"angles", lanes}, surroundings);
     EXPECT_EQ(pipe.signal, 0);
