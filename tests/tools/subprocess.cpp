@@ -55,6 +55,15 @@ std::string drain(int master) {
 
 }  // namespace
 
+bool hasPseudoTerminals() {
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
+    if (master < 0) return false;
+    const char* const name = ::grantpt(master) == 0 && ::unlockpt(master) == 0 ? ::ptsname(master) : nullptr;
+    const bool usable = name != nullptr && ::access(name, R_OK | W_OK) == 0;
+    ::close(master);
+    return usable;
+}
+
 Outcome runCommand(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
     const TemporaryFolder folder;
     const std::string out = folder.path("out");

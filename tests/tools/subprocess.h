@@ -31,6 +31,9 @@ struct Surroundings {
 /// Runs the command with these arguments and waits for its end.
 Outcome runCommand(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
 
+/// Whether a pseudo terminal can be opened here; not so in a bare root folder.
+bool hasPseudoTerminals();
+
 /// A folder that is removed with all it holds at the end of the test.
 class TemporaryFolder {
  public:
