@@ -414,7 +414,7 @@ TEST_F(Command, AnImageMayComeThroughAPipe) {
 }
 
 TEST_F(Command, ProgressIsShownOnATerminalForSeveralImagesOnly) {
-    if (!hasPseudoTerminals()) GTEST_SKIP() << "no pseudo terminals on this machine";
+    if (!qvtest::hasPseudoTerminals()) GTEST_SKIP() << "no pseudo terminals on this machine";
     Surroundings surroundings;
     surroundings.errorIsTerminal = true;
     EXPECT_EQ(runCommand({"angles", lanes}, surroundings).err, "");
