@@ -1,7 +1,43 @@
 #include "qvstreet/candidates/candidate_records.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
+
+std::vector<const qv_ridgeLine*> linesOfRange(const std::vector<qv_ridgeLine>& flatLines, long first, long count) {
+    std::vector<const qv_ridgeLine*> lines;
+    lines.reserve(static_cast<std::size_t>(count));
+    for (long i = 0; i < count; ++i) lines.push_back(&flatLines.at(static_cast<std::size_t>(first + i)));
+    return lines;
+}
+
+std::vector<const qv_ridgeLine*> linesByExtent(const std::vector<qv_ridgeLine>& flatLines, long first, long count) {
+    std::vector<const qv_ridgeLine*> lines = linesOfRange(flatLines, first, count);
+    std::stable_sort(lines.begin(), lines.end(),
+                     [](const qv_ridgeLine* a, const qv_ridgeLine* b) { return qf_byExtent(*a, *b); });
+    return lines;
+}
+
+qvPair<double> mappedSideLengths(const qvPair<double>& size, const qvXform<2>& transform) {
+    return {transform.mapVector(qvVector<2>(size.first, 0.0)).len(),
+            transform.mapVector(qvVector<2>(0.0, size.second)).len()};
+}
+
+qvPair<double> mappedSideLengths(const qvPair<long>& size, const qvXform<2>& transform) {
+    return mappedSideLengths(qvPair<double>(static_cast<double>(size.first), static_cast<double>(size.second)),
+                             transform);
+}
+
+double clientLength(double pels, const qvXform<2>& clientFromImage) {
+    const qvPair<double> lengths = mappedSideLengths(qvPair<double>(pels, pels), clientFromImage);
+    return (lengths.first + lengths.second) * 0.5;
+}
+
+long resultMultiple(long factor, long maxResults) {
+    constexpr long most = std::numeric_limits<long>::max();
+    if (maxResults <= 0) return 0;
+    return maxResults > most / factor ? most : factor * maxResults;
+}
 
 double overlapLength(double a1, double a2, double b1, double b2) {
     if (a1 > a2) {

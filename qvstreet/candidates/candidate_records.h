@@ -206,6 +206,30 @@ inline bool qf_scoreOrder(const qvStreetFinderStreetCrossResult& a, const qvStre
     return qf_descending(a.score(), b.score());
 }
 
+/// The line with that key. Keys are subscripts of the flat list.
+inline const qv_ridgeLine& lineAt(const std::vector<qv_ridgeLine>& flatLines, long key) {
+    return flatLines[static_cast<std::size_t>(key)];
+}
+
+/// References to the `count` lines from `first` on.
+std::vector<const qv_ridgeLine*> linesOfRange(const std::vector<qv_ridgeLine>& flatLines, long first, long count);
+
+/// The same, in ascending order of their signed extent: of lines that run from `p2` to `p1` the longest first.
+std::vector<const qv_ridgeLine*> linesByExtent(const std::vector<qv_ridgeLine>& flatLines, long first, long count);
+
+/// Squared Euclidean distance.
+inline double squaredDistance(const qvVector<2>& a, const qvVector<2>& b) { return (a - b) * (a - b); }
+
+/// Lengths of the vectors (size.first, 0) and (0, size.second) after the transform.
+qvPair<double> mappedSideLengths(const qvPair<double>& size, const qvXform<2>& transform);
+qvPair<double> mappedSideLengths(const qvPair<long>& size, const qvXform<2>& transform);
+
+/// A length of so many pels in client units, as the mean over the two image axes.
+double clientLength(double pels, const qvXform<2>& clientFromImage);
+
+/// `factor` (1 or more) times the number of results asked for; the largest long instead of an overflow, 0 for none.
+long resultMultiple(long factor, long maxResults);
+
 /// Length of the common part of [a1, a2] and [b1, b2], 0 if there is none. With a1 > a2 both intervals are reversed
 /// first, the second as well, whatever its own order; a second interval that runs against the first has no length then.
 double overlapLength(double a1, double a2, double b1, double b2);

@@ -44,11 +44,18 @@ qvFLine qvFLine::folded(const qvVector<2>& direction, const qvVector<2>& point) 
 }
 
 std::vector<qvVector<2>> qvFLine::intersection(const qvFLine& other) const {
+    qvVector<2> point;
+    if (!intersect(other, point)) return {};
+    return {point};
+}
+
+bool qvFLine::intersect(const qvFLine& other, qvVector<2>& point) const {
     const double cross = crossProduct(direction_, other.direction_);
-    if (isParallel(cross)) return {};
+    if (isParallel(cross)) return false;
     // The point at `along` of this line has distanceFrom(other) = 0.
     const double along = (crossProduct(pointAt(0.0), other.direction_) + other.distance_) / -cross;
-    return {pointAt(along)};
+    point = pointAt(along);
+    return true;
 }
 
 qvFLine operator*(const qvXform<2>& xform, const qvFLine& line) {

@@ -90,6 +90,8 @@ class QV_EXPORT qvFLine {
     /// The crossing with another line: one point, or none when the cross product of the two unit directions is below
     /// 1e-12 in magnitude or NaN.
     std::vector<qvVector<2>> intersection(const qvFLine& other) const;
+    /// The same without a list: stores the crossing and returns true, or returns false for parallel lines.
+    bool intersect(const qvFLine& other, qvVector<2>& point) const;
 
     /// The mapped line; it keeps its running direction.
     friend QV_EXPORT qvFLine operator*(const qvXform<2>& xform, const qvFLine& line);

@@ -51,11 +51,6 @@ double pooledDeviation(const qvLineFinderResults& line0, const qvLineFinderResul
 
 }  // namespace
 
-qvPair<double> mappedSideLengths(const qvPair<long>& size, const qvXform<2>& transform) {
-    return {transform.mapVector(qvVector<2>(static_cast<double>(size.first), 0.0)).len(),
-            transform.mapVector(qvVector<2>(0.0, static_cast<double>(size.second))).len()};
-}
-
 void scoreLineCrossing(qvStreetFinderStreetCrossResult& result, const qvLineFinderResults& line0, double grey0,
                        const qvLineFinderResults& line1, double grey1, const qv_streetFinderImpl& impl) {
     const qvLineSeg& seg0 = line0.segment();

@@ -22,9 +22,6 @@ void scoreLineCrossing(qvStreetFinderStreetCrossResult& result, const qvLineFind
 /// Sorts by score, greatest first, and keeps at most `maxResults` whose crossings are at least 5 client units apart.
 void selectTopCrossings(std::vector<qvStreetFinderStreetCrossResult>& results, long maxResults);
 
-/// Lengths of the vectors (size.first, 0) and (0, size.second) after the transform.
-qvPair<double> mappedSideLengths(const qvPair<long>& size, const qvXform<2>& transform);
-
 /// The place where the offset of a sub-image would enter; with the offset (0, 0) that every record has, all values
 /// stay.
 void mapResultsToClient(std::vector<qvStreetFinderStreetCrossResult>& results, const qv_streetFinderImpl& impl);

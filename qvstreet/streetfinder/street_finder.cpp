@@ -1,14 +1,14 @@
 // The street finder: from an image to streets and crossings.
 //
 //     setImage   image -> spectrum -> candidate angles -> two street directions -> two projections -> two sets of lines
-//     find       lines -> lines of the right polarity -> every flat one with every upright one -> the best crossings
+//     find       ridge modes: lines of the right polarity -> flat ones with upright ones -> the best crossings
+//                edge mode: lines -> pairs of edges -> crosses of eight or four lines -> the best crosses
 //     findSingleStreet   lines -> streets, one result each
 //
 // Direction 0 is the street direction nearer the horizontal, direction 1 the one nearer the vertical.
 #include "qvstreet/streetfinder/street_finder.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 
 #include "qvstreet/frontend/orientation.h"
@@ -16,6 +16,7 @@
 #include "qvstreet/projection/projection_polarity.h"
 #include "qvstreet/projection/single_street.h"
 #include "qvstreet/projection/tiled_projection.h"
+#include "qvstreet/streetfinder/candidate_search.h"
 #include "qvstreet/streetfinder/line_crossings.h"
 #include "qvstreet/streetfinder/line_sets.h"
 #include "qvstreet/streetfinder/mode_constants.h"
@@ -69,6 +70,9 @@ void projectAlongStreets(qv_streetFinderImpl& impl) {
     computeStreetProjection(impl.image, projectionRequest(direction0, direction1), impl.projectionAlong1, nullptr);
     impl.imageDeviation = profileDeviation(impl.projectionAlong0);
 }
+
+/// In the ridge modes a street is one line, otherwise it is its two edges.
+bool streetsShowAsLines(Defs::waferType mode) { return mode == Defs::eRidgeWafer || mode == Defs::eCoarseRidgeWafer; }
 
 /// A binding that broke off half-way leaves a record without lines: the searches then find nothing.
 bool isComplete(const qv_streetFinderImpl& impl) { return impl.lines.size() == 2; }
@@ -139,10 +143,11 @@ void qvStreetFinder::setImage(const qvPelBuffer_const<unsigned char>& image) {
 void qvStreetFinder::find(std::vector<qvStreetFinderStreetCrossResult>& results) {
     const qv_streetFinderImpl& impl = *impl_;
     requireImage(impl);
-    const Defs::waferType mode = runParams_.runMode();
-    if (mode != Defs::eRidgeWafer && mode != Defs::eCoarseRidgeWafer)
-        throw std::logic_error("qvStreetFinder::find: the crossing search of eEdgePairWafer is not available yet");
-    crossStreetLines(impl, runParams_, results);
+    if (streetsShowAsLines(runParams_.runMode())) {
+        crossStreetLines(impl, runParams_, results);
+    } else {
+        findEdgePairCrosses(impl, runParams_, results);
+    }
     mapResultsToClient(results, impl);
 }
 

@@ -44,9 +44,10 @@ class QV_EXPORT qvStreetFinder {
     ///         next good image the searches then find nothing
     void setImage(const qvPelBuffer_const<unsigned char>& image);
 
-    /// Finds street crossings, best first, at most `maxResults`. Finding none is no failure. Pass an empty vector.
+    /// Finds street crossings, best first, at most `maxResults`. Finding none is no failure. Pass an empty vector: in
+    /// the edge pair mode what it holds counts towards `maxResults` and stays ahead of the new crossings, which keep
+    /// their distance from it; in the ridge modes it is replaced.
     /// @throws qvStreetFinderDefs::UnboundImage "Unbound Image::need to call setImage"
-    /// @throws std::logic_error in the run mode `eEdgePairWafer`, whose crossing search does not exist yet
     void find(std::vector<qvStreetFinderStreetCrossResult>& results);
 
     /// Finds single streets, best first, at most `maxResults`. Replaces `results`.

@@ -3,7 +3,7 @@
 #include <exception>
 
 void traceText(qv_streetTrace* trace, const std::wstring& text) {
-    if (trace == nullptr || !trace->enabled || !trace->stream.is_open()) return;
+    if (!isTracing(trace)) return;
     std::string narrow;
     narrow.reserve(text.size());
     for (const wchar_t character : text) narrow.push_back(static_cast<char>(static_cast<unsigned char>(character)));

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "qvstreet/platform/text.h"
+
 /// Where and whether the stages write. The stream is open only within a trace frame.
 struct qv_streetTrace {
     /// True from the moment tracing is switched on; a record exists only to be on.
@@ -24,8 +26,19 @@ struct qv_streetTrace {
     qv_streetTrace& operator=(const qv_streetTrace&) = delete;
 };
 
+/// Whether text written now goes anywhere. Stages build none otherwise.
+inline bool isTracing(const qv_streetTrace* trace) {
+    return trace != nullptr && trace->enabled && trace->stream.is_open();
+}
+
 /// Writes `text`, each character cut to one byte, when there is a trace that is enabled and open.
 void traceText(qv_streetTrace* trace, const std::wstring& text);
+
+/// Writes texts and numbers one after the other; numbers become text only while tracing.
+template <typename... Parts>
+void traceParts(qv_streetTrace* trace, Parts... parts) {
+    if (isTracing(trace)) (traceText(trace, qfStr(parts)), ...);
+}
 
 /// Keeps the trace file open for the time of one stage. The outermost frame opens and closes it, nested ones leave it
 /// alone, so the file on disk is complete between stages. On an exception the stream stays open for the next frame.

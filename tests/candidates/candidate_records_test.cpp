@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <limits>
+#include <stdexcept>
+#include <vector>
 
 #include "qvstreet/streetfinder/street_results_access.h"
+#include "tests/candidates/literal_lines.h"
 
 namespace {
 
@@ -28,6 +31,21 @@ qv_ridgeLine lineAtHeight(double y) {
     qv_ridgeLine line;
     line.line = qvFLine(qvDegree(0.0), qvVector<2>(0.0, y));
     return line;
+}
+
+/// Lines whose extents are, in this order, 40, -90, 15, 40 and -30.
+std::vector<qv_ridgeLine> linesOfSeveralExtents() {
+    return flatLines({{5.0, 0.0, 45.0, 0.0},
+                      {7.0, 10.0, 7.0, 100.0},
+                      {0.0, 20.0, 15.0, 20.0},
+                      {0.0, 30.0, 40.0, 30.0},
+                      {9.0, 0.0, 9.0, 30.0}});
+}
+
+std::vector<long> keysOf(const std::vector<const qv_ridgeLine*>& lines) {
+    std::vector<long> keys;
+    for (const qv_ridgeLine* const line : lines) keys.push_back(line->lineKey);
+    return keys;
 }
 
 }  // namespace
@@ -213,4 +231,70 @@ TEST(CandidateRecords, ExactlyTheLimitApartIsFar) {
 TEST(CandidateRecords, NanCoordinateIsNearEverything) {
     EXPECT_FALSE(isFarFromAll({crossingAt(0.0, 0.0)}, qvVector<2>(kNan, 1000.0), 5.0));
     EXPECT_FALSE(isFarFromAll({crossingAt(1000.0, kNan)}, qvVector<2>(0.0, 0.0), 5.0));
+}
+
+TEST(CandidateRecords, KeyIsTheSubscriptOfItsLine) {
+    const std::vector<qv_ridgeLine> lines = linesOfSeveralExtents();
+    for (long key = 0; key < 5; ++key) EXPECT_EQ(lineAt(lines, key).lineKey, key);
+    EXPECT_EQ(&lineAt(lines, 3), &lines[3]);
+}
+
+TEST(CandidateRecords, LinesOfARangeAreReferencesInTheirOrder) {
+    const std::vector<qv_ridgeLine> lines = linesOfSeveralExtents();
+    EXPECT_EQ(keysOf(linesOfRange(lines, 1, 3)), (std::vector<long>{1, 2, 3}));
+    EXPECT_EQ(linesOfRange(lines, 4, 1)[0], &lines[4]);
+    EXPECT_TRUE(linesOfRange(lines, 5, 0).empty());
+    EXPECT_TRUE(linesOfRange({}, 0, 0).empty());
+}
+
+TEST(CandidateRecords, RangeBeyondTheListIsRefused) {
+    EXPECT_THROW(linesOfRange(linesOfSeveralExtents(), 3, 3), std::out_of_range);
+}
+
+TEST(CandidateRecords, LinesByExtentComeShortestFirstAndLinesThatRunBackwardsBeforeAll) {
+    const std::vector<qv_ridgeLine> lines = linesOfSeveralExtents();
+    EXPECT_EQ(keysOf(linesByExtent(lines, 0, 5)), (std::vector<long>{1, 4, 2, 0, 3}));
+    EXPECT_EQ(keysOf(linesByExtent(lines, 2, 2)), (std::vector<long>{2, 3}));
+    EXPECT_EQ(lines[0].lineKey, 0) << "the list itself stays as it is";
+}
+
+TEST(CandidateRecords, LineWhoseExtentIsNotANumberComesLast) {
+    std::vector<qv_ridgeLine> lines = linesOfSeveralExtents();
+    lines[1].extent = kNan;
+    EXPECT_EQ(keysOf(linesByExtent(lines, 0, 5)), (std::vector<long>{4, 2, 0, 3, 1}));
+}
+
+TEST(CandidateRecords, SquaredDistanceOfTwoPoints) {
+    EXPECT_EQ(squaredDistance(qvVector<2>(1.0, -2.0), qvVector<2>(4.0, 2.0)), 25.0);
+}
+
+TEST(CandidateRecords, SidesAreMappedWithoutTheTranslation) {
+    // Columns (3, 4) and (-5, 12): 5 units per pel along x, 13 along y.
+    const qvXform<2> transform(qvMatrix<2>(3.0, -5.0, 4.0, 12.0), qvVector<2>(1000.0, -700.0));
+    EXPECT_EQ(mappedSideLengths(qvPair<long>(420, 300), transform), qvPair<double>(2100.0, 3900.0));
+    EXPECT_EQ(mappedSideLengths(qvPair<double>(0.5, 0.25), transform), qvPair<double>(2.5, 3.25));
+    EXPECT_EQ(mappedSideLengths(qvPair<long>(420, 300), qvXform<2>()), qvPair<double>(420.0, 300.0));
+}
+
+TEST(CandidateRecords, ClientLengthIsTheMeanOverBothAxes) {
+    const qvXform<2> transform(qvMatrix<2>(3.0, -5.0, 4.0, 12.0), qvVector<2>(1000.0, -700.0));
+    EXPECT_EQ(clientLength(3.0, transform), 27.0);
+    EXPECT_EQ(clientLength(3.0, qvXform<2>()), 3.0);
+    const qvXform<2> mirrored(qvMatrix<2>(0.5, 0.0, 0.0, -0.25), qvVector<2>(0.0, 0.0));
+    EXPECT_EQ(clientLength(4.0, mirrored), 1.5);
+}
+
+TEST(CandidateRecords, MultipleOfTheResultsDoesNotOverflow) {
+    EXPECT_EQ(resultMultiple(10, 7), 70);
+    EXPECT_EQ(resultMultiple(3, 1), 3);
+    constexpr long kMost = std::numeric_limits<long>::max();
+    EXPECT_EQ(resultMultiple(10, kMost), kMost);
+    EXPECT_EQ(resultMultiple(10, kMost / 10), kMost / 10 * 10);
+    EXPECT_EQ(resultMultiple(10, kMost / 10 + 1), kMost);
+    EXPECT_EQ(resultMultiple(10, 0), 0);
+    EXPECT_EQ(resultMultiple(10, -3), 0);
+    EXPECT_EQ(resultMultiple(10, std::numeric_limits<long>::min()), 0);
+    if (sizeof(long) > 4) {
+        EXPECT_EQ(resultMultiple(10, 2147483647), 21474836470);
+    }
 }

@@ -189,6 +189,48 @@ TEST(FLineIntersection, StaysExactFarFromTheOrigin) {
     expectNear(a.intersection(b).at(0), 1e6 + 8.0, -2e6 - 6.0, 1e-8);
 }
 
+TEST(FLineIntersect, StoresTheCrossingThatTheListHolds) {
+    const qvFLine lines[] = {kLeaning, qvFLine(qvDegree(90.0), qvVector<2>(14.0, -3.0)),
+                             qvFLine(qvVector<2>(3.0, 5.0), qvVector<2>(60.0, 9.0)),
+                             qvFLine(qvVector<2>(1e6, -2e6), qvVector<2>(1e6 + 40.0, -2e6 - 35.0))};
+    for (const qvFLine& a : lines)
+        for (const qvFLine& b : lines) {
+            if (&a == &b) continue;
+            qvVector<2> point(-1.0, -2.0);
+            ASSERT_TRUE(a.intersect(b, point));
+            ASSERT_EQ(a.intersection(b).size(), 1u);
+            EXPECT_EQ(point, a.intersection(b)[0]);
+            EXPECT_NEAR(a.distanceFrom(point), 0.0, 1e-8);
+            EXPECT_NEAR(b.distanceFrom(point), 0.0, 1e-8);
+        }
+    qvVector<2> point;
+    ASSERT_TRUE(kLeaning.intersect(lines[1], point));
+    expectNear(point, 14.0, 17.0);
+}
+
+TEST(FLineIntersect, LinesAtRightAnglesAlongTheAxesCrossExactly) {
+    const qvFLine flat(qvVector<2>(20.0, 150.5), qvVector<2>(400.0, 150.5));
+    const qvFLine upright(qvVector<2>(200.25, 10.0), qvVector<2>(200.25, 290.0));
+    qvVector<2> point;
+    ASSERT_TRUE(flat.intersect(upright, point));
+    EXPECT_EQ(point, qvVector<2>(200.25, 150.5));
+    ASSERT_TRUE(upright.intersect(flat, point));
+    EXPECT_EQ(point, qvVector<2>(200.25, 150.5));
+}
+
+TEST(FLineIntersect, ParallelLinesAndLinesThatAreNoNumbersLeaveThePointAlone) {
+    const qvFLine axis;
+    for (const qvFLine& other :
+         {axis, qvFLine(qvRadian(0.9e-12), qvVector<2>(0.0, 1.0)), qvFLine(qvDegree(180.0), qvVector<2>(0.0, 7.0)),
+          qvFLine(qvRadian(kNaN), qvVector<2>())}) {
+        qvVector<2> point(3.0, 4.0);
+        EXPECT_FALSE(axis.intersect(other, point));
+        EXPECT_EQ(point, qvVector<2>(3.0, 4.0));
+    }
+    qvVector<2> point;
+    EXPECT_TRUE(axis.intersect(qvFLine(qvRadian(1.25e-12), qvVector<2>(0.0, 1.0)), point));
+}
+
 TEST(MappedFLine, KeepsItsRunningDirectionInsteadOfFolding) {
     const qvFLine downwards(qvDegree(100.0), qvVector<2>(3.0, 5.0));
     EXPECT_NEAR(degrees((qvXform<2>() * downwards).angle()), 100.0, 1e-12);

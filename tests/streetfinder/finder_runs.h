@@ -42,6 +42,9 @@ inline qvPelBuffer_const<unsigned char> uniformImage(long width, long height, un
     return image;
 }
 
+/// A score that is not a number, as one that equals itself and that no result has.
+inline double comparable(double score) { return std::isnan(score) ? -HUGE_VAL : score; }
+
 inline void append(std::vector<double>& numbers, const std::vector<qvLineSeg>& segments) {
     numbers.push_back(static_cast<double>(segments.size()));
     for (const qvLineSeg& segment : segments)
@@ -59,7 +62,7 @@ inline std::vector<double> numbersOf(const Crossings& results) {
             numbers.push_back(point.x());
             numbers.push_back(point.y());
         }
-        numbers.push_back(result.score());
+        numbers.push_back(comparable(result.score()));
         numbers.push_back(result.horizontalAngle().toDouble());
         numbers.push_back(result.verticalAngle().toDouble());
         numbers.push_back(static_cast<double>(result.statusFlags()));
@@ -71,7 +74,7 @@ inline std::vector<double> numbersOf(const Crossings& results) {
 inline std::vector<double> numbersOf(const Streets& results) {
     std::vector<double> numbers;
     for (const qvStreetFinderSingleStreetResult& result : results) {
-        numbers.push_back(result.score());
+        numbers.push_back(comparable(result.score()));
         numbers.push_back(result.angle().toDouble());
         numbers.push_back(static_cast<double>(result.statusFlags()));
         append(numbers, result.lineSegs());
@@ -82,10 +85,8 @@ inline std::vector<double> numbersOf(const Streets& results) {
 /// Everything that the searches answer.
 inline std::vector<double> allNumbersFrom(qvStreetFinder& finder) {
     std::vector<double> numbers = numbersOf(streetsFrom(finder));
-    if (finder.runParams().runMode() != qvStreetFinderDefs::eEdgePairWafer) {
-        const std::vector<double> crossings = numbersOf(crossingsFrom(finder));
-        numbers.insert(numbers.end(), crossings.begin(), crossings.end());
-    }
+    const std::vector<double> crossings = numbersOf(crossingsFrom(finder));
+    numbers.insert(numbers.end(), crossings.begin(), crossings.end());
     std::vector<qvRadian> angles;
     finder.getAngles(1000, angles);
     for (const qvRadian angle : angles) numbers.push_back(angle.toDouble());

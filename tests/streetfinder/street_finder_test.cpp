@@ -179,13 +179,6 @@ TEST(StreetFinder, SearchesNeedAnImageAndLeaveTheResultsAlone) {
     }
 }
 
-TEST(StreetFinder, CrossingSearchOfEdgePairsSaysThatItIsMissing) {
-    qvStreetFinder finder(finderParams(Defs::eEdgePairWafer));
-    finder.setImage(oblongWafer(0.0).image());
-    Crossings crossings;
-    EXPECT_THROW(finder.find(crossings), std::logic_error);
-}
-
 TEST(StreetFinder, LineCountIsZeroBeforeTheFirstImage) {
     const OpenFinder finder;
     EXPECT_EQ(finder.getLineCount(), 0);
@@ -285,7 +278,6 @@ TEST(StreetFinder, UniformImageHasTheImageAxesAsStreetsAndNoLines) {
             EXPECT_EQ(finder.getLineCount(), 0);
             EXPECT_EQ(record.imageDeviation, 0.0);
             EXPECT_TRUE(streetsFrom(finder).empty());
-            if (mode == Defs::eEdgePairWafer) continue;
             EXPECT_TRUE(crossingsFrom(finder).empty());
         }
 }
@@ -411,4 +403,7 @@ TEST(StreetFinder, ModeWithoutANameGoesTheWayOfTheLines) {
     qvStreetFinder finder(finderParams(static_cast<Defs::waferType>(9)));
     finder.setImage(uniformImage(300, 200, 77));
     EXPECT_TRUE(streetsFrom(finder).empty());
+    EXPECT_TRUE(crossingsFrom(finder).empty());
+    finder.setImage(oblongWafer(3.0).image());
+    EXPECT_NO_THROW(crossingsFrom(finder));
 }
