@@ -16,6 +16,7 @@
 #include <cmath>
 
 #include "qvstreet/frontend/bilinear.h"
+#include "qvstreet/frontend/seed_tracer.h"
 
 namespace {
 
@@ -190,7 +191,13 @@ void extractFromResponse(const qvPelBuffer_const<double>& imaginary, const qvPel
     const qvDegree lineAngle = acrossAngle - qvDegree(90.0);
     const std::size_t before = lines.size();
 
-    qf_assert((run.runFlags & eRunRidgeScan) != 0, L"lines are extracted by the ridge scan");
+    if ((run.runFlags & eRunRidgeScan) == 0) {
+        qv_ridgeExtraction extraction = run.extraction;
+        extraction.lineAngle = lineAngle;
+        traceSeedLines(imaginary, real, magnitude, run, extraction, lines);
+        count = static_cast<long>(lines.size() - before);
+        return;
+    }
     qv_ridgeScanParams params;
     params.highThreshold = run.extraction.highThreshold;
     params.lowThreshold = run.extraction.thresholdRatio * run.extraction.highThreshold;

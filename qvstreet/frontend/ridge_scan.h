@@ -25,9 +25,9 @@ struct qv_ridgeScanParams {
 };
 
 /// Extracts the lines of direction number `direction` of `run` from its responses and appends them to `lines`, as
-/// chains of points in sample coordinates. Every line of the vector, those of earlier directions included, gets this
-/// direction's angle. @param count how many were appended
-/// @throws qvInvariantFailure when `run` does not ask for the ridge scan
+/// chains of points in sample coordinates: by the ridge scan, or, where `run` does not ask for it, by the seed tracer.
+/// The scan gives every line of the vector, those of earlier directions included, this direction's angle.
+/// @param count how many were appended
 void extractFromResponse(const qvPelBuffer_const<double>& imaginary, const qvPelBuffer_const<double>& real,
                          const qvPelBuffer_const<double>& magnitude, const qv_lineFinderRun& run, long direction,
                          std::vector<qv_ridgeLine>& lines, long& count);

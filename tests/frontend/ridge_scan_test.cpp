@@ -523,8 +523,13 @@ TEST(RidgeScan, HysteresisFlagTurnsTheRunningFloorsOn) {
     EXPECT_EQ(extract(rows, run, 0).lines.at(0).points.size(), 2u);  // floor 0.4 * 100
 }
 
-TEST(RidgeScan, ExtractionWithoutRidgeScanIsABrokenPromise) {
+TEST(RidgeScan, ExtractionWithoutRidgeScanTracesFromSeeds) {
     qv_lineFinderRun run = scanRun({0.0});
     run.runFlags = 0;
-    EXPECT_THROW(extract(Rows(3, {0, 60, 0}), run, 0), qvInvariantFailure);
+    // One seed, the 100; the trace goes from it up and down the column.
+    const Rows rows = columnRidge(9, 4, {60, 65, 70, 75, 80, 100, 80, 75, 70, 65, 60, 55});
+    const Extracted found = extract(rows, run, 0);
+    ASSERT_EQ(found.lines.size(), 1u);
+    EXPECT_GE(found.lines[0].points.size(), 6u);
+    EXPECT_EQ(extract(Rows(3, {0, 0, 0}), run, 0).lines.size(), 0u);
 }
