@@ -3,7 +3,7 @@
 #include "bench/bench_images.h"
 #include "qvstreet/streetfinder/street_finder.h"
 
-// What a host sees: the two calls, whole. Run in coarse and in edge mode (whose crossing search is not there yet).
+// What a host sees: the two calls, whole. Run in coarse and in edge mode.
 
 namespace {
 
@@ -17,10 +17,10 @@ void setImage(benchmark::State& state, qvStreetFinderDefs::waferType mode) {
     for (auto _ : state) finder.setImage(image);
 }
 
-void setImageAndFind(benchmark::State& state) {
+void setImageAndFind(benchmark::State& state, qvStreetFinderDefs::waferType mode) {
     const long side = state.range(0);
     const qvPelBuffer_const<unsigned char>& image = waferImage(side);
-    qvStreetFinder finder(waferParams(side, qvStreetFinderDefs::eCoarseRidgeWafer));
+    qvStreetFinder finder(waferParams(side, mode));
     std::size_t found = 0;
     for (auto _ : state) {
         std::vector<qvStreetFinderStreetCrossResult> results;
@@ -31,9 +31,9 @@ void setImageAndFind(benchmark::State& state) {
     state.counters["crossings"] = static_cast<double>(found);
 }
 
-void find(benchmark::State& state) {
+void find(benchmark::State& state, qvStreetFinderDefs::waferType mode) {
     const long side = state.range(0);
-    qvStreetFinder finder(waferParams(side, qvStreetFinderDefs::eCoarseRidgeWafer));
+    qvStreetFinder finder(waferParams(side, mode));
     finder.setImage(waferImage(side));
     for (auto _ : state) {
         std::vector<qvStreetFinderStreetCrossResult> results;
@@ -60,8 +60,10 @@ void sides(benchmark::internal::Benchmark* bench) {
 
 BENCHMARK_CAPTURE(setImage, coarse, qvStreetFinderDefs::eCoarseRidgeWafer)->Apply(sides);
 BENCHMARK_CAPTURE(setImage, edge, qvStreetFinderDefs::eEdgePairWafer)->Apply(sides);
-BENCHMARK(setImageAndFind)->Apply(sides);
-BENCHMARK(find)->Apply(sides);
+BENCHMARK_CAPTURE(setImageAndFind, coarse, qvStreetFinderDefs::eCoarseRidgeWafer)->Apply(sides);
+BENCHMARK_CAPTURE(setImageAndFind, edge, qvStreetFinderDefs::eEdgePairWafer)->Apply(sides);
+BENCHMARK_CAPTURE(find, coarse, qvStreetFinderDefs::eCoarseRidgeWafer)->Apply(sides);
+BENCHMARK_CAPTURE(find, edge, qvStreetFinderDefs::eEdgePairWafer)->Apply(sides);
 BENCHMARK_CAPTURE(findSingleStreet, coarse, qvStreetFinderDefs::eCoarseRidgeWafer)->Apply(sides);
 BENCHMARK_CAPTURE(findSingleStreet, edge, qvStreetFinderDefs::eEdgePairWafer)->Apply(sides);
 

@@ -182,7 +182,7 @@ class HelpLayout : public CLI::Formatter {
 };
 
 constexpr std::pair<Subcommand, const char*> kSubcommands[] = {
-    {Subcommand::find, "Find street crossings; takes --mode ridge or --mode coarse so far"},
+    {Subcommand::find, "Find street crossings"},
     {Subcommand::streets, "Find single streets"},
     {Subcommand::angles, "Find the dominant angles, with their scores"},
 };

@@ -8,7 +8,6 @@
 
 #include <cmath>
 #include <new>
-#include <stdexcept>
 
 namespace qvtool {
 namespace {
@@ -167,10 +166,6 @@ void runFinder(const CommandOptions& options, const GreyImage& image, ImageRepor
         throw Refusal(std::string("was refused by the finder: ") + error.what() + sizeNote(image));
     } catch (const std::bad_alloc&) {
         throw Refusal("was refused by the finder: it needs more memory than there is");
-    } catch (const std::logic_error& error) {
-        // A search that this version does not have.
-        throw Refusal(std::string("cannot be searched with --mode ") + nameOf(options.mode) + ": " + error.what() +
-                      "; allowed in " + nameOf(options.subcommand) + " are --mode ridge and --mode coarse");
     } catch (const std::exception& error) {
         throw Refusal(std::string("was refused by the finder: ") + error.what());
     }

@@ -89,7 +89,7 @@ SceneOutcome runScene(const SceneRow& row, const GreyImage& image, RunMode mode)
     finder.setImage(imageOf(row, image));
     SceneOutcome outcome;
     finder.getAngles(kMostAngles, outcome.angles);
-    if (mode != RunMode::edge) finder.find(outcome.crossings);
+    finder.find(outcome.crossings);
     finder.findSingleStreet(outcome.streets);
     return outcome;
 }

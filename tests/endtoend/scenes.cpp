@@ -292,6 +292,33 @@ void addPolarities(Table& table) {
     table.hard("asked_dark_tall", "the same, upright", grid(800, 1600, -1.3, {24, 20}, {5, 3}), AskedPolarity::dark);
 }
 
+Scene withCrossings(Scene scene, double grey) {
+    scene.crossingGrey = grey;
+    return scene;
+}
+
+/// Streets wide enough for the edge mode: 2.5 times the wider of the edge sharpness and two sample pels.
+void addEdges(Table& table) {
+    table.clean("edges_18x30", "unequal widths, both edges apart", grid(640, 640, 2.0, {18, 30}, {3, 3}));
+    table.clean("edges_30x18_light", "the widths exchanged, light streets, leaning the other way",
+                withLightStreets(grid(640, 640, -2.4, {30, 18}, {3, 2})));
+    table.clean("edges_wide_image", "oblong, leaning right", grid(1280, 800, 1.6, {34, 28}, {3, 4}));
+    table.clean("edges_tall_image", "oblong, leaning left", grid(800, 1280, -1.9, {28, 36}, {4, 3}));
+    table.clean("edges_mirrored", "client y grows upwards",
+                inClientFrame(grid(1024, 800, 2.4, {24, 34}, {3, 3}), mirroredInY(0.0, 800.0)));
+    table.clean("edges_half_unit", "0.5 units per pel, unequal widths",
+                inClientFrame(grid(1024, 1024, -1.3, {36, 24}, {3, 3}), ClientTransform::scaled(0.5)));
+    table.clean(
+        "edges_stage", "client frame turned by 3 degrees, far from the origin",
+        inClientFrame(grid(1024, 1024, 1.1, {26, 32}, {3, 3}), scaledAndRotated(1.0, 3.0, 1000000.0, -700000.0)));
+    table.clean("edges_running_through", "the streets' edges run through the crossings",
+                withCrossings(grid(1024, 1024, 1.4, {24, 32}, {3, 3}), 8.0));
+    table.clean("edges_running_through_light", "the same, light streets, leaning the other way",
+                withCrossings(withLightStreets(grid(1024, 1024, -2.1, {34, 26}, {3, 3})), 250.0));
+    table.hard("edges_broken_at_crossings", "crossings as bright as the dies: every edge ends there",
+               withCrossings(grid(1024, 1024, 2.2, {28, 24}, {3, 3}), lightDie));
+}
+
 void addEmpties(Table& table) {
     table.empty("empty_uniform", "one grey level", withNoise(grid(512, 512, 0.0, {20, 20}, {0, 0}), 0.0));
     table.empty("empty_noise", "noise only", withNoise(grid(512, 512, 0.0, {20, 20}, {0, 0}), 8.0));
@@ -318,6 +345,7 @@ std::vector<SceneRow> makeTable() {
     addWidths(table);
     addFrames(table);
     addPolarities(table);
+    addEdges(table);
     addEmpties(table);
     return table.take();
 }
@@ -370,6 +398,15 @@ bool isCleanRow(const SceneRow& row) {
     return std::all_of(row.scene.families.begin(), row.scene.families.end(), [&](const StreetFamily& family) {
         return family.widthPels >= 8.0 && family.widthPels <= shorter / 21.0;
     });
+}
+
+bool isEdgeRow(const SceneRow& row) {
+    if (!isCleanRow(row)) return false;
+    // Both lengths in pels; the sharpness asked for is 5 pels.
+    const double twoSamples = 2.0 * static_cast<double>(std::max(row.scene.width, row.scene.height)) / 246.0;
+    const double narrowest = 2.5 * std::max(5.0, twoSamples);
+    return std::all_of(row.scene.families.begin(), row.scene.families.end(),
+                       [&](const StreetFamily& family) { return family.widthPels >= narrowest; });
 }
 
 }  // namespace qvtest

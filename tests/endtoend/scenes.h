@@ -64,6 +64,10 @@ bool modeApplies(const SceneRow& row, RunMode mode);
 /// street from 8 pels to 1/21 of the shorter side wide.
 bool isCleanRow(const SceneRow& row);
 
+/// The rows of which success is demanded in edge mode: the clean ones whose streets are at least 2.5 times as wide as
+/// the greater of the edge sharpness and two sample pels.
+bool isEdgeRow(const SceneRow& row);
+
 }  // namespace qvtest
 
 #endif

@@ -196,12 +196,6 @@ TEST(CommandLine, HelpNamesEveryOptionAndStatusAndShowsExamples) {
     EXPECT_EQ(parseCommandLine({"-h"}).output, parseCommandLine({"--help"}).output);
 }
 
-TEST(CommandLine, HelpOfFindNamesTheModesThatItHas) {
-    const std::string words = "Find street crossings; takes --mode ridge or --mode coarse so far";
-    EXPECT_NE(parseCommandLine({"find", "--help"}).output.find(words), std::string::npos);
-    EXPECT_EQ(parseCommandLine({"streets", "--help"}).output.find(words), std::string::npos);
-}
-
 TEST(CommandLine, VersionIsPrinted) {
     EXPECT_EQ(parseCommandLine({"--version"}).output.substr(0, 9), "qvstreet ");
     EXPECT_EQ(parseCommandLine({"--version"}).status, 0);

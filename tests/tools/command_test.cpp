@@ -134,22 +134,17 @@ TEST_F(Command, StreetsAndAnglesWorkInEveryMode) {
     }
 }
 
-TEST_F(Command, WhatAModeCannotDoIsAnErrorOfTheImageAndNotACrash) {
-    // The edge mode's crossing search may come with a later version; until then the message says what to use instead.
-    const Outcome outcome = runCommand({"find", lanes});
-    ASSERT_EQ(outcome.signal, 0);
-    const json document = json::parse(outcome.out);
-    if (outcome.status == 0) {
-        EXPECT_TRUE(document.contains("crossings"));
-        return;
+TEST_F(Command, FindInEdgeModeGivesCornersAndEightSegments) {
+    const Outcome outcome = runCommand({"find", "--mode", "edge", lanes});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(runCommand({"find", lanes}).status, 0);
+    const json crossings = json::parse(outcome.out)["crossings"];
+    ASSERT_FALSE(crossings.empty());
+    for (const json& crossing : crossings) {
+        EXPECT_EQ(crossing["status"], "edges");
+        EXPECT_EQ(crossing["segments"].size(), 8U);
+        EXPECT_NE(crossing["corners"]["ul"], crossing["corners"]["lr"]);
     }
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(document["width"], 400);
-    EXPECT_FALSE(document.contains("crossings"));
-    const std::string error = document["error"];
-    EXPECT_NE(error.find("--mode edge"), std::string::npos);
-    EXPECT_NE(error.find("--mode ridge and --mode coarse"), std::string::npos);
-    EXPECT_EQ(outcome.err, "qvstreet: '" + lanes + "': " + error + "\n");
 }
 
 TEST_F(Command, ARotationThatTheFinderRefusesNamesTheOption) {
