@@ -82,4 +82,21 @@ TEST_F(Photograph, OtherPhotographsAreReported) {
     }
 }
 
+// The lanes of the slides are 6 and 3 pels wide where two sample pels are 8 and 7: both edges of a lane run together in
+// the sampled image, so the edge mode, which wants them apart, has nothing to pair. The other two show no grid.
+TEST_F(Photograph, EdgeModeIsReported) {
+    const std::pair<const char*, const char*> runs[] = {
+        {"grid_slide_full.png", "--width 6 --range-x 3,10 --range-y 3,10 --max 13"},
+        {"grid_slide_b.png", "--width 4 --range-x 2,8 --range-y 2,8 --sharpness 2 --max 40"},
+        {"pcb_board.png", "--width 10 --max 10"},
+        {"brick.png", "--width 7 --max 10"}};
+    for (const auto& [file, options] : runs) {
+        const json found = runCommand("find '" + folder() + "/" + file + "' --mode edge " + options);
+        const json streets = runCommand("streets '" + folder() + "/" + file + "' --mode edge " + options);
+        std::printf("%s, edge mode: %zu crossings, %zu streets\n", file, found["crossings"].size(),
+                    streets["streets"].size());
+        EXPECT_TRUE(found.contains("crossings"));
+    }
+}
+
 }  // namespace
