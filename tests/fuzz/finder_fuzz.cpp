@@ -46,7 +46,7 @@ void run(Reader input) {
     const qvPair<double> rangeY(input.number(), input.number());
     const double sharpness = input.number();
     const double rotation = input.number();
-    const auto mode = static_cast<qvStreetFinderDefs::waferType>(input.byte() % 5);
+    const auto mode = static_cast<qvStreetFinderDefs::waferType>(input.byte() % 4);
     const auto polarity = static_cast<qvStreetFinderDefs::streetPolarity>(input.byte() % 4);
     const long columns = input.byte() + 1;
     const long rows = input.byte() + 1;
