@@ -1,9 +1,15 @@
 /// @file
-/// Everything a host needs: the street finder, and the images, geometry, errors and text it is spoken to in.
+/// Everything a host needs: the street finder, the blank region finder, and the images, geometry, errors and text they
+/// are spoken to in.
 #ifndef QVSTREET_QVSTREET_H
 #define QVSTREET_QVSTREET_H
 
+#include "qvstreet/blankregion/blank_region_defs.h"
+#include "qvstreet/blankregion/blank_region_finder.h"
+#include "qvstreet/blankregion/blank_region_params.h"
+#include "qvstreet/blankregion/blank_region_results.h"
 #include "qvstreet/platform/archive.h"
+#include "qvstreet/platform/caliper.h"
 #include "qvstreet/platform/exceptions.h"
 #include "qvstreet/platform/export.h"
 #include "qvstreet/platform/frames.h"

@@ -24,7 +24,11 @@ struct RawOptions {
     std::string overlay;
 };
 
+/// The subcommands that have an option.
+enum class Users { finder, blank, all };
+
 struct OptionSpec {
+    Users users;
     const char* name;
     const char* valueName;
     const char* description;
@@ -89,11 +93,31 @@ bool applySharpness(std::string_view text, RawOptions& raw) {
     return value && *value > 0.0;
 }
 
-bool applyMax(std::string_view text, RawOptions& raw) {
+bool applyPositive(std::string_view text, long& number) {
     const auto value = parseWhole(text);
     if (!value || *value < 1 || *value > std::numeric_limits<std::int32_t>::max()) return false;
-    raw.options.maxResults = static_cast<long>(*value);
+    number = static_cast<long>(*value);
     return true;
+}
+
+bool applyMax(std::string_view text, RawOptions& raw) { return applyPositive(text, raw.options.maxResults); }
+bool applyStreetWidth(std::string_view text, RawOptions& raw) { return applyPositive(text, raw.options.streetWidth); }
+bool applyMinLength(std::string_view text, RawOptions& raw) { return applyPositive(text, raw.options.minLength); }
+
+bool applyDirection(std::string_view text, RawOptions& raw) {
+    static constexpr std::pair<const char*, Direction> kWords[] = {{"h", Direction::horizontal},
+                                                                   {"v", Direction::vertical}};
+    return pickWord(text, kWords, raw.options.direction);
+}
+
+bool applyMask(std::string_view text, RawOptions& raw) {
+    raw.options.mask = text;
+    return !text.empty();
+}
+
+bool applyGreyWeights(std::string_view text, RawOptions& raw) {
+    raw.options.greyWeights = text;
+    return !text.empty();
 }
 
 bool applyClient(std::string_view text, RawOptions& raw) {
@@ -116,25 +140,36 @@ bool applyOverlay(std::string_view text, RawOptions& raw) {
     return isOverlayPath(raw.overlay);
 }
 
+constexpr const char* kPositiveWhole = "a whole number from 1 to 2147483647";
+
 constexpr OptionSpec kOptions[] = {
-    {"--mode", "MODE", "how streets show: edge (default; pairs of edges), ridge or coarse (lines)",
+    {Users::blank, "--street-width", "N", "width of the street in pels; required", kPositiveWhole, applyStreetWidth},
+    {Users::blank, "--min-length", "N", "shortest blank stretch worth reporting, in pels; required", kPositiveWhole,
+     applyMinLength},
+    {Users::blank, "--direction", "DIRECTION", "the street runs along the rows: h (default), or the columns: v",
+     "h or v", applyDirection},
+    {Users::blank, "--mask", "FILE", "image of 0 and 255 in the image's size; 0 is taken as structure", "an image file",
+     applyMask},
+    {Users::blank, "--grey-weights", "FILE", "weights of the 256 mean grey levels, each 0 to 1 (default 1)",
+     "a file of 256 numbers from 0 to 1, separated by white space", applyGreyWeights},
+    {Users::finder, "--mode", "MODE", "how streets show: edge (default; pairs of edges), ridge or coarse (lines)",
      "edge, ridge or coarse", applyMode},
-    {"--width", "X[,Y]", "nominal street width, client units (default 10)", "X or X,Y, numbers greater than 0",
-     applyWidth},
-    {"--range-x", "LO,HI", "allowed widths for X (default 0.5 to 1.5 times X)", "LO,HI with 0 <= LO <= HI",
-     applyRangeX},
-    {"--range-y", "LO,HI", "allowed widths for Y (default 0.5 to 1.5 times Y)", "LO,HI with 0 <= LO <= HI",
-     applyRangeY},
-    {"--sharpness", "S", "width of an edge's transition, client units (default 5)", "a number greater than 0",
-     applySharpness},
-    {"--polarity", "POLARITY", "street against its surface: any (default), dark or light", "any, dark or light",
-     applyPolarity},
-    {"--max", "N", "most results (default 100)", "a whole number from 1 to 2147483647", applyMax},
-    {"--client", "A,B,C,D,TX,TY", "client = [A B; C D] * image + (TX, TY) (default 1,0,0,1,0,0)",
+    {Users::finder, "--width", "X[,Y]", "nominal street width, client units (default 10)",
+     "X or X,Y, numbers greater than 0", applyWidth},
+    {Users::finder, "--range-x", "LO,HI", "allowed widths for X (default 0.5 to 1.5 times X)",
+     "LO,HI with 0 <= LO <= HI", applyRangeX},
+    {Users::finder, "--range-y", "LO,HI", "allowed widths for Y (default 0.5 to 1.5 times Y)",
+     "LO,HI with 0 <= LO <= HI", applyRangeY},
+    {Users::finder, "--sharpness", "S", "width of an edge's transition, client units (default 5)",
+     "a number greater than 0", applySharpness},
+    {Users::finder, "--polarity", "POLARITY", "street against its surface: any (default), dark or light",
+     "any, dark or light", applyPolarity},
+    {Users::all, "--max", "N", "most results (default 100)", kPositiveWhole, applyMax},
+    {Users::finder, "--client", "A,B,C,D,TX,TY", "client = [A B; C D] * image + (TX, TY) (default 1,0,0,1,0,0)",
      "six numbers A,B,C,D,TX,TY with A*D - B*C finite and not 0", applyClient},
-    {"--json", "FILE", "where the JSON goes; - is standard output (default -)", "a file name, or - for standard output",
-     applyJson},
-    {"--overlay", "FILE", "picture of the results, .svg or .png; {name}, {n} for several images",
+    {Users::all, "--json", "FILE", "where the JSON goes; - is standard output (default -)",
+     "a file name, or - for standard output", applyJson},
+    {Users::all, "--overlay", "FILE", "picture of the results, .svg or .png; {name}, {n} for several images",
      "a file name that ends in .svg or .png", applyOverlay},
 };
 
@@ -162,11 +197,16 @@ const char* examplesOf(Subcommand subcommand) {
                    "  qvstreet streets --width 20 --range-x 15,25 --range-y 15,25 wafer.png\n"
                    "  qvstreet streets --mode coarse --width 6 --overlay streets.png wafer.png\n";
         case Subcommand::angles:
+            return "Examples:\n"
+                   "  qvstreet angles wafer.png\n"
+                   "  qvstreet angles --max 4 --client 0.5,0,0,0.5,0,0 wafer.png\n";
+        case Subcommand::blank:
             break;
     }
     return "Examples:\n"
-           "  qvstreet angles wafer.png\n"
-           "  qvstreet angles --max 4 --client 0.5,0,0,0.5,0,0 wafer.png\n";
+           "  qvstreet blank --street-width 64 --min-length 100 --overlay blank.png street.png\n"
+           "  qvstreet blank --street-width 64 --min-length 100 --direction v --max 3 \\\n"
+           "                 --grey-weights dark_only.txt street.png\n";
 }
 
 class HelpLayout : public CLI::Formatter {
@@ -185,11 +225,17 @@ constexpr std::pair<Subcommand, const char*> kSubcommands[] = {
     {Subcommand::find, "Find street crossings"},
     {Subcommand::streets, "Find single streets"},
     {Subcommand::angles, "Find the dominant angles, with their scores"},
+    {Subcommand::blank, "Find the longest blank stretches in images of one street"},
 };
+
+bool offers(Subcommand subcommand, const OptionSpec& spec) {
+    return spec.users == Users::all || (spec.users == Users::blank) == (subcommand == Subcommand::blank);
+}
 
 /// The declared program with a place for the text of each option.
 struct Program {
-    CLI::App app{"Finds the streets of wafers, and where they cross, in camera images.", "qvstreet"};
+    CLI::App app{"Finds the streets of wafers, where they cross and where they are blank, in camera images.",
+                 "qvstreet"};
     std::vector<std::string> values{std::vector<std::string>(std::size(kOptions))};
 
     Program() {
@@ -205,6 +251,7 @@ struct Program {
         CLI::App* sub = app.add_subcommand(nameOf(subcommand), description);
         sub->allow_extras();
         for (std::size_t i = 0; i < std::size(kOptions); ++i) {
+            if (!offers(subcommand, kOptions[i])) continue;
             sub->add_option(kOptions[i].name, values[i], kOptions[i].description)
                 ->type_name(kOptions[i].valueName)
                 ->type_size(1);
@@ -230,9 +277,18 @@ std::string notAllowed(const std::string& option, const std::string& value, cons
     return option + ": " + inQuotes(value) + " is not allowed; allowed is " + allowed;
 }
 
-const OptionSpec* specOf(std::string_view name) {
+std::optional<Subcommand> subcommandNamed(const std::string& name) {
+    for (const auto& [subcommand, description] : kSubcommands) {
+        if (name == nameOf(subcommand)) return subcommand;
+    }
+    return std::nullopt;
+}
+
+/// The option of that name that the call's subcommand has.
+const OptionSpec* specOf(const std::vector<std::string>& arguments, std::string_view name) {
+    const auto subcommand = arguments.empty() ? std::nullopt : subcommandNamed(arguments[0]);
     for (const OptionSpec& spec : kOptions) {
-        if (name == spec.name) return &spec;
+        if (subcommand && name == spec.name && offers(*subcommand, spec)) return &spec;
     }
     return nullptr;
 }
@@ -245,19 +301,21 @@ std::string valueMissing(const OptionSpec& spec) {
 std::string describeParseError(const Program& program, const std::vector<std::string>& arguments,
                                const CLI::ParseError& error) {
     const std::vector<CLI::App*> chosen = program.app.get_subcommands();
-    if (arguments.empty()) return "no subcommand was given; allowed are find, streets and angles";
+    const std::string allowed = "; allowed are find, streets, angles and blank";
+    if (arguments.empty()) return "no subcommand was given" + allowed;
     const bool option = arguments[0].size() > 1 && arguments[0][0] == '-';
     if (chosen.empty() || option) {
-        return inQuotes(arguments[0]) + (option ? " is not an option here" : " is not a subcommand") +
-               "; allowed are find, streets and angles, --help and --version";
+        return inQuotes(arguments[0]) + (option ? " is not an option here" : " is not a subcommand") + allowed +
+               ", --help and --version";
     }
-    for (std::size_t i = 0; i < std::size(kOptions); ++i) {
-        const std::size_t count = chosen[0]->get_option(kOptions[i].name)->count();
+    for (const OptionSpec& spec : kOptions) {
+        const CLI::Option* given = chosen[0]->get_option_no_throw(spec.name);
+        const std::size_t count = given == nullptr ? 0 : given->count();
         if (count > 1) {
-            return std::string(kOptions[i].name) + ": was given " + std::to_string(count) + " times; allowed is once";
+            return std::string(spec.name) + ": was given " + std::to_string(count) + " times; allowed is once";
         }
     }
-    if (const OptionSpec* spec = specOf(arguments.back())) return valueMissing(*spec);
+    if (const OptionSpec* spec = specOf(arguments, arguments.back())) return valueMissing(*spec);
     return "the call cannot be understood: " + inQuotes(error.what());
 }
 
@@ -291,15 +349,17 @@ SplitArguments splitArguments(const std::vector<std::string>& arguments) {
             split.forParser.push_back(argument == "++" ? "./++" : argument);
             const bool empty = argument.size() > 1 && argument.back() == '=';
             if (empty && split.emptyValue == nullptr)
-                split.emptyValue = specOf(argument.substr(0, argument.size() - 1));
+                split.emptyValue = specOf(arguments, argument.substr(0, argument.size() - 1));
         }
     }
     return split;
 }
 
-std::string optionNames() {
+std::string optionNames(Subcommand subcommand) {
     std::string names;
-    for (const OptionSpec& spec : kOptions) names += std::string(spec.name) + ", ";
+    for (const OptionSpec& spec : kOptions) {
+        if (offers(subcommand, spec)) names += std::string(spec.name) + ", ";
+    }
     return names + "--help";
 }
 
@@ -316,6 +376,16 @@ std::string settleRanges(RawOptions& raw) {
     };
     const std::string message = check(options.widthX, options.rangeX, "X", "--range-x");
     return message.empty() ? check(options.widthY, options.rangeY, "Y", "--range-y") : message;
+}
+
+/// `blank` has no length that suits every image.
+std::string settleLengths(const CommandOptions& options) {
+    if (options.subcommand != Subcommand::blank) return {};
+    const auto required = [](const char* option) {
+        return std::string(option) + ": is required by blank; allowed is " + kPositiveWhole;
+    };
+    if (options.streetWidth == 0) return required("--street-width");
+    return options.minLength == 0 ? required("--min-length") : std::string();
 }
 
 }  // namespace
@@ -337,20 +407,20 @@ ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments) {
 
     const CLI::App* chosen = program.app.get_subcommands().front();
     RawOptions raw;
-    for (const auto& [subcommand, description] : kSubcommands) {
-        if (chosen->get_name() == nameOf(subcommand)) raw.options.subcommand = subcommand;
-    }
+    raw.options.subcommand = subcommandNamed(chosen->get_name()).value_or(Subcommand::find);
     if (const auto unknown = takeImages(chosen->remaining(), raw.options.images)) {
-        return wrong(inQuotes(*unknown) + " is not an option; allowed are " + optionNames());
+        return wrong(inQuotes(*unknown) + " is not an option; allowed are " + optionNames(raw.options.subcommand));
     }
     raw.options.images.insert(raw.options.images.end(), split.images.begin(), split.images.end());
     for (std::size_t i = 0; i < std::size(kOptions); ++i) {
-        if (chosen->get_option(kOptions[i].name)->count() == 0) continue;
+        const CLI::Option* option = chosen->get_option_no_throw(kOptions[i].name);
+        if (option == nullptr || option->count() == 0) continue;
         if (!kOptions[i].apply(program.values[i], raw)) {
             return wrong(notAllowed(kOptions[i].name, program.values[i], kOptions[i].allowed));
         }
     }
     if (const std::string message = settleRanges(raw); !message.empty()) return wrong(message);
+    if (const std::string message = settleLengths(raw.options); !message.empty()) return wrong(message);
     if (raw.options.images.empty()) return wrong("no image was given; allowed is one or more image files");
     if (const std::string message = settleOutputs(raw.overlay, raw.options); !message.empty()) return wrong(message);
 

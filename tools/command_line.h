@@ -21,6 +21,7 @@ enum ExitStatus : int {
 };
 
 enum class Polarity { any, dark, light };
+enum class Direction { horizontal, vertical };
 
 struct Interval {
     double low = 0.0;
@@ -41,8 +42,13 @@ struct CommandOptions {
     long maxResults = 100;
     bool clientGiven = false;
     std::array<double, 6> client{1.0, 0.0, 0.0, 1.0, 0.0, 0.0};  ///< A, B, C, D, TX, TY of client from image
-    std::string json = "-";                                      ///< "-" is standard output
-    std::vector<std::string> overlays;                           ///< one path per image, or none
+    long streetWidth = 0;                                        ///< `blank` only, pels across the street
+    long minLength = 0;  ///< `blank` only, shortest stretch worth reporting, pels along the street
+    Direction direction = Direction::horizontal;
+    std::string mask;                   ///< `blank` only; empty: no mask
+    std::string greyWeights;            ///< `blank` only; empty: all weights 1
+    std::string json = "-";             ///< "-" is standard output
+    std::vector<std::string> overlays;  ///< one path per image, or none
 };
 
 /// A parsed call: either options to run, or text to print and a status to end with.

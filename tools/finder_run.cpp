@@ -133,6 +133,9 @@ void search(const CommandOptions& options, const GreyImage& image, ImageReport& 
         case Subcommand::angles:
             report.angles = findAngles(finder, options.maxResults);
             break;
+        case Subcommand::blank:
+            // Another tool's; it never comes here.
+            break;
     }
     timer.stop();
     seconds.search = timer.sec();

@@ -17,7 +17,7 @@ class Refusal : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Runs the subcommand and adds its lists and times to the report. The image is read in place.
+/// Runs `find`, `streets` or `angles` and adds its lists and times to the report. The image is read in place.
 /// @throws Refusal for every failure of the finder; the report then has no lists.
 void runFinder(const CommandOptions& options, const GreyImage& image, ImageReport& report);
 

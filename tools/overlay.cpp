@@ -1,6 +1,7 @@
-// From results to shapes. In: a report in client units. Out: lines, rings, texts and a legend in the image frame, sized
-// so that they read alike whether the image has 256 or 4096 pels a side. Streets are blue, crossings orange, corners
-// yellow: colours that differ in lightness too, over any grey, each with a dark rim.
+// From results to shapes. In: a report in client units. Out: lines, rings, boxes, texts and a legend in the image
+// frame, sized so that they read alike whether the image has 256 or 4096 pels a side. Streets are blue, crossings
+// orange, corners yellow, blank regions green: colours that differ in lightness too, over any grey, each with a dark
+// rim.
 #include "tools/overlay.h"
 
 #include "tools/text.h"
@@ -15,6 +16,7 @@ namespace {
 constexpr Colour kStreetColour{40, 190, 255};
 constexpr Colour kCrossingColour{255, 140, 20};
 constexpr Colour kCornerColour{255, 232, 90};
+constexpr Colour kBlankColour{120, 240, 120};
 constexpr Colour kMinorColour{190, 200, 210};
 constexpr Colour kTextColour{255, 255, 255};
 
@@ -79,6 +81,7 @@ class Composer {
         if (report_.crossings) addCrossings(*report_.crossings);
         if (report_.streets) addStreets(*report_.streets);
         if (report_.angles) addAngles(*report_.angles);
+        if (report_.blankRegions) addBlankRegions(*report_.blankRegions);
         addLegend();
         return std::move(overlay_);
     }
@@ -193,6 +196,31 @@ class Composer {
         }
     }
 
+    void addBlankRegions(const std::vector<BlankRegion>& regions) {
+        for (const BlankRegion& region : regions) {
+            const Position corner{static_cast<double>(region.x), static_cast<double>(region.y)};
+            const double width = static_cast<double>(region.width);
+            const double height = static_cast<double>(region.height);
+            overlay_.shapes.emplace_back(
+                BoxShape{corner, width, height, std::max(1.0, kLineWidth * scale_), kBlankColour,
+                         "x " + std::to_string(region.x) + ", y " + std::to_string(region.y) + ", " +
+                             std::to_string(region.width) + " by " + std::to_string(region.height) + ", score " +
+                             shortest(region.score) + ", blankness " + shortest(region.blankness)});
+        }
+        // The labels behind all boxes, so that no box crosses one. Each stands in the middle of its region, where
+        // there is nothing else to see.
+        for (const BlankRegion& region : regions) {
+            const Position middle{static_cast<double>(region.x) + 0.5 * static_cast<double>(region.width),
+                                  static_cast<double>(region.y) + 0.5 * static_cast<double>(region.height)};
+            const std::string label = withDigits(region.score, 2);
+            const double size = kLabelSize * scale_;
+            busy_.push_back(middle);
+            overlay_.shapes.emplace_back(TextShape{
+                {middle.x - 0.5 * textWidth(label, size), middle.y + 0.36 * size}, size, label, kBlankColour});
+        }
+        legend_.push_back({kBlankColour, false, counted(regions.size(), "blank region") + ", with score"});
+    }
+
     static std::string counted(std::size_t count, const std::string& what) {
         return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
     }
@@ -202,8 +230,8 @@ class Composer {
         const double size = kLegendSize * scale_;
         const double pad = 0.6 * size;
         const double swatch = 1.6 * size;
-        const std::string heading =
-            std::string("qvstreet ") + nameOf(report_.subcommand) + ", mode " + nameOf(report_.mode);
+        std::string heading = std::string("qvstreet ") + nameOf(report_.subcommand);
+        if (report_.subcommand != Subcommand::blank) heading += std::string(", mode ") + nameOf(report_.mode);
         double inner = textWidth(heading, size);
         for (const LegendRow& row : legend_) inner = std::max(inner, swatch + textWidth(row.text, size));
         const double width = inner + 2.0 * pad;

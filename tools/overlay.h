@@ -36,6 +36,16 @@ struct RingShape {
     std::string hint;  ///< shown by SVG viewers when the pointer rests on the ring
 };
 
+/// An unfilled rectangle.
+struct BoxShape {
+    Position upperLeft;
+    double width = 0.0;
+    double height = 0.0;
+    double lineWidth = 1.0;
+    Colour colour;
+    std::string hint;  ///< shown by SVG viewers when the pointer rests in the box
+};
+
 struct TextShape {
     Position baseline;   ///< of the first letter's left end
     double size = 10.0;  ///< height of a line; capitals and digits are 0.72 of it
@@ -50,17 +60,17 @@ struct PanelShape {
     double height = 0.0;
 };
 
-using Shape = std::variant<LineShape, RingShape, TextShape, PanelShape>;
+using Shape = std::variant<LineShape, RingShape, BoxShape, TextShape, PanelShape>;
 
 struct Overlay {
     std::string title;          ///< the image's path
-    double halo = 1.0;          ///< width of the dark rim around lines, rings and text, in pels
+    double halo = 1.0;          ///< width of the dark rim around lines, rings, boxes and text, in pels
     std::vector<Shape> shapes;  ///< in the order of drawing
 };
 
 /// Lays out the results of one image.
 /// @param client A, B, C, D, TX, TY of the client-from-image transform, which must have an inverse: results come in
-///        client units and are drawn in the image frame.
+///        client units, but for blank regions, and are drawn in the image frame.
 Overlay layOutOverlay(const ImageReport& report, const std::array<double, 6>& client);
 
 /// Width in pels of a text in the picture's own font.

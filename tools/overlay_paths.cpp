@@ -43,16 +43,20 @@ bool sameFile(const std::string& a, const std::string& b) {
     return fs::equivalent(a, b, error) && !error;
 }
 
-std::string overwritesImage(const char* option, const std::string& output, const CommandOptions& options) {
+/// What keeps an output from being written: it is a file that the call reads.
+std::string overwritesInput(const char* option, const std::string& output, const CommandOptions& options) {
     // Devices and pipes can be read and written by the same name without harm.
     if (!isRegularFile(output)) return {};
+    const auto clash = [&](const std::string& what, const std::string& input) -> std::string {
+        if (input.empty() || !sameFile(output, input)) return {};
+        return std::string(option) + ": " + inQuotes(output) + " is " + what + " " + inQuotes(input) +
+               "; allowed is any other file";
+    };
     for (const std::string& image : options.images) {
-        if (sameFile(output, image)) {
-            return std::string(option) + ": " + inQuotes(output) + " is the image " + inQuotes(image) +
-                   "; allowed is any other file";
-        }
+        if (const std::string message = clash("the image", image); !message.empty()) return message;
     }
-    return {};
+    const std::string message = clash("the file of --mask", options.mask);
+    return message.empty() ? clash("the file of --grey-weights", options.greyWeights) : message;
 }
 
 std::string checkDistinct(const CommandOptions& options) {
@@ -85,13 +89,13 @@ std::string expandOverlayPath(const std::string& pattern, const std::string& ima
 
 std::string settleOutputs(const std::string& overlayPattern, CommandOptions& options) {
     if (options.json != "-") {
-        const std::string message = overwritesImage("--json", options.json, options);
+        const std::string message = overwritesInput("--json", options.json, options);
         if (!message.empty()) return message;
     }
     if (overlayPattern.empty()) return {};
     for (std::size_t i = 0; i < options.images.size(); ++i) {
         options.overlays.push_back(expandOverlayPath(overlayPattern, options.images[i], i + 1));
-        const std::string message = overwritesImage("--overlay", options.overlays.back(), options);
+        const std::string message = overwritesInput("--overlay", options.overlays.back(), options);
         if (!message.empty()) return message;
     }
     const bool placed = options.overlays.size() < 2 || options.overlays[0] != overlayPattern;

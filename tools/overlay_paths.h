@@ -19,7 +19,7 @@ bool isSvgPath(const std::string& path);
 std::string expandOverlayPath(const std::string& pattern, const std::string& image, std::size_t number);
 
 /// Fills in options.overlays from the pattern (empty: none) and checks that no two outputs are one file, and that no
-/// output is one of the images.
+/// output is one of the files that are read.
 /// @return what is wrong, empty if nothing is.
 std::string settleOutputs(const std::string& overlayPattern, CommandOptions& options);
 

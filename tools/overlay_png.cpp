@@ -5,6 +5,7 @@
 #include "tools/stroke_font.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace qvtool {
@@ -138,6 +139,16 @@ class Painter {
     void operator()(const RingShape& ring) const {
         band_.fillRing(ring.centre, ring.radius, 0.5 * ring.width + halo_, kHaloColour, kLineHaloOpacity);
         band_.fillRing(ring.centre, ring.radius, 0.5 * ring.width, ring.colour, 1.0);
+    }
+
+    void operator()(const BoxShape& box) const {
+        const Position ul = box.upperLeft;
+        const Position lr{ul.x + box.width, ul.y + box.height};
+        const std::array<Segment, 4> sides = {
+            {{ul, {lr.x, ul.y}}, {{lr.x, ul.y}, lr}, {lr, {ul.x, lr.y}}, {{ul.x, lr.y}, ul}}};
+        // Both rims of a corner before its sides.
+        for (const Segment& s : sides) band_.fillCapsule(s, 0.5 * box.lineWidth + halo_, kHaloColour, kLineHaloOpacity);
+        for (const Segment& s : sides) band_.fillCapsule(s, 0.5 * box.lineWidth, box.colour, 1.0);
     }
 
     void operator()(const TextShape& text) const {

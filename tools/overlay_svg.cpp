@@ -30,6 +30,14 @@ class SvgWriter {
             where + "><title>" + xmlText(ring.hint) + "</title></circle>\n");
     }
 
+    void operator()(const BoxShape& box) {
+        const std::string where = "\" x=\"" + number(box.upperLeft.x) + "\" y=\"" + number(box.upperLeft.y) +
+                                  "\" width=\"" + number(box.width) + "\" height=\"" + number(box.height) + "\"";
+        put("<rect class=\"box halo\" stroke-width=\"" + number(box.lineWidth + 2.0 * halo_) + where + "/>\n");
+        put("<rect class=\"box\" pointer-events=\"all\" stroke=\"" + hex(box.colour) + "\" stroke-width=\"" +
+            number(box.lineWidth) + where + "><title>" + xmlText(box.hint) + "</title></rect>\n");
+    }
+
     void operator()(const TextShape& text) {
         put("<text x=\"" + number(text.baseline.x) + "\" y=\"" + number(text.baseline.y) + "\" font-size=\"" +
             number(text.size) + "\" fill=\"" + hex(text.colour) + "\" stroke-width=\"" + number(2.0 * halo_) +
@@ -115,7 +123,7 @@ void writeOverlaySvg(const ByteSink& sink, const GreyImage& image, const Overlay
         size + " viewBox=\"0 0 " + std::to_string(image.width) + " " + std::to_string(image.height) + "\">\n<title>" +
         xmlText(overlay.title) + "</title>\n");
     svg.put(
-        "<style>path,circle{fill:none;stroke-linecap:round}.halo{stroke:#000;stroke-opacity:.6}"
+        "<style>path,circle,.box{fill:none;stroke-linecap:round}.halo{stroke:#000;stroke-opacity:.6}"
         "text{font-family:sans-serif;stroke:#000;stroke-linejoin:round;paint-order:stroke}"
         "image{image-rendering:pixelated}</style>\n");
     svg.put("<image " + size + " xlink:href=\"data:image/png;base64,");

@@ -9,9 +9,11 @@ const char* nameOf(Subcommand subcommand) {
         case Subcommand::streets:
             return "streets";
         case Subcommand::angles:
+            return "angles";
+        case Subcommand::blank:
             break;
     }
-    return "angles";
+    return "blank";
 }
 
 const char* nameOf(Mode mode) {

@@ -9,7 +9,7 @@
 
 namespace qvtool {
 
-enum class Subcommand { find, streets, angles };
+enum class Subcommand { find, streets, angles, blank };
 enum class Mode { edge, ridge, coarse };
 
 /// The words of the command line and of the JSON.
@@ -49,8 +49,18 @@ struct Street {
     bool fromEdges = true;
 };
 
+/// A stretch of a street without structure: whole pels of the image frame, whatever the client units.
+struct BlankRegion {
+    long x = 0;  ///< first column
+    long y = 0;  ///< first row
+    long width = 0;
+    long height = 0;
+    double score = 0.0;
+    double blankness = 0.0;  ///< 0 to 1, before size and grey level are weighed in
+};
+
 struct Seconds {
-    double setImage = 0.0;
+    double setImage = 0.0;  ///< stays 0 for `blank`, which has no such step
     double search = 0.0;
 };
 
@@ -58,13 +68,14 @@ struct Seconds {
 struct ImageReport {
     std::string image;  ///< the path as given
     Subcommand subcommand = Subcommand::find;
-    Mode mode = Mode::edge;
-    long width = 0;  ///< pels; 0 if the image could not be read
+    Mode mode = Mode::edge;  ///< means nothing for `blank`
+    long width = 0;          ///< pels; 0 if the image could not be read
     long height = 0;
     std::string error;  ///< empty if all went well
     std::optional<std::vector<ScoredAngle>> angles;
     std::optional<std::vector<Crossing>> crossings;
     std::optional<std::vector<Street>> streets;
+    std::optional<std::vector<BlankRegion>> blankRegions;
     std::optional<Seconds> seconds;
 };
 

@@ -47,6 +47,17 @@ Json toJson(const Street& street) {
     return json;
 }
 
+Json toJson(const BlankRegion& region) {
+    Json json;
+    json["x"] = region.x;
+    json["y"] = region.y;
+    json["width"] = region.width;
+    json["height"] = region.height;
+    json["score"] = region.score;
+    json["blankness"] = region.blankness;
+    return json;
+}
+
 template <typename T>
 void addList(Json& json, const char* name, const std::optional<std::vector<T>>& list) {
     if (!list) return;
@@ -59,9 +70,10 @@ void addList(Json& json, const char* name, const std::optional<std::vector<T>>& 
 void addSeconds(Json& json, const ImageReport& report) {
     if (!report.seconds) return;
     Json seconds;
-    seconds["setImage"] = report.seconds->setImage;
+    if (report.subcommand != Subcommand::blank) seconds["setImage"] = report.seconds->setImage;
     if (report.subcommand == Subcommand::find) seconds["find"] = report.seconds->search;
     if (report.subcommand == Subcommand::streets) seconds["findSingleStreet"] = report.seconds->search;
+    if (report.subcommand == Subcommand::blank) seconds["blank"] = report.seconds->search;
     json["seconds"] = std::move(seconds);
 }
 
@@ -96,11 +108,12 @@ std::string toJson(const ImageReport& report, bool oneLine) {
         json["width"] = report.width;
         json["height"] = report.height;
     }
-    json["mode"] = nameOf(report.mode);
+    if (report.subcommand != Subcommand::blank) json["mode"] = nameOf(report.mode);
     if (!report.error.empty()) json["error"] = report.error;
     addList(json, "angles", report.angles);
     addList(json, "crossings", report.crossings);
     addList(json, "streets", report.streets);
+    addList(json, "blankRegions", report.blankRegions);
     addSeconds(json, report);
     return (oneLine ? compact(json) : inLines(json)) + "\n";
 }

@@ -3,6 +3,7 @@
 // that follows could be told to anybody.
 #include "tools/run.h"
 
+#include "tools/blank_run.h"
 #include "tools/command_line.h"
 #include "tools/finder_run.h"
 #include "tools/image_file.h"
@@ -16,6 +17,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <optional>
 
 namespace qvtool {
 namespace {
@@ -58,6 +60,7 @@ class Run {
     explicit Run(const CommandOptions& options) : options_(options), console_(options.images.size()) {}
 
     int run() {
+        if (!prepare()) return kWrongCall;
         try {
             OutputFile json(options_.json);
             for (std::size_t i = 0; i < options_.images.size(); ++i) {
@@ -75,6 +78,29 @@ class Run {
     }
 
  private:
+    /// Says what concerns the whole call. False: an option names a file that cannot serve.
+    bool prepare() {
+        if (options_.subcommand == Subcommand::find && options_.mode == Mode::ridge &&
+            options_.polarity == Polarity::any) {
+            console_.say(
+                "--polarity any: --mode ridge refines crossings towards light streets then; allowed are dark and light "
+                "too, for streets that are known to be so");
+        }
+        if (options_.subcommand != Subcommand::blank) return true;
+        try {
+            blank_.emplace(loadBlankInputs(options_));
+        } catch (const InputError& error) {
+            console_.say(error.what());
+            return false;
+        }
+        if (blank_->mask) {
+            for (const std::string& note : blank_->mask->notes) {
+                console_.say("--mask: " + inQuotes(options_.mask) + ": " + note);
+            }
+        }
+        return true;
+    }
+
     void runImage(std::size_t index, OutputFile& json) {
         ImageReport report;
         report.image = options_.images[index];
@@ -101,7 +127,11 @@ class Run {
 
     bool searchImage(const GreyImage& image, ImageReport& report) {
         try {
-            runFinder(options_, image, report);
+            if (blank_) {
+                runBlank(options_, *blank_, image, report);
+            } else {
+                runFinder(options_, image, report);
+            }
             return true;
         } catch (const Refusal& error) {
             ++refused_;
@@ -137,6 +167,7 @@ class Run {
 
     const CommandOptions& options_;
     Console console_;
+    std::optional<BlankInputs> blank_;  ///< for `blank` only
     std::size_t unreadable_ = 0;
     std::size_t refused_ = 0;
     bool overlayFailed_ = false;

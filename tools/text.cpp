@@ -1,5 +1,6 @@
 #include "tools/text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -71,11 +72,13 @@ std::string withDigits(double value, int digits) {
 }
 
 std::optional<double> parseNumber(std::string_view text) {
-    const std::optional<double> value = parseWith<double>(text);
+    const std::optional<double> value = parseAnyNumber(text);
     return value && std::isfinite(*value) ? value : std::nullopt;
 }
 
 std::optional<long long> parseWhole(std::string_view text) { return parseWith<long long>(text); }
+
+std::optional<double> parseAnyNumber(std::string_view text) { return parseWith<double>(text); }
 
 std::vector<std::string_view> splitAtCommas(std::string_view text) {
     std::vector<std::string_view> parts;
@@ -84,6 +87,19 @@ std::vector<std::string_view> splitAtCommas(std::string_view text) {
         parts.push_back(text.substr(0, comma));
         if (comma == std::string_view::npos) return parts;
         text.remove_prefix(comma + 1);
+    }
+}
+
+std::vector<std::string_view> splitAtWhiteSpace(std::string_view text) {
+    static constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
+    std::vector<std::string_view> parts;
+    for (;;) {
+        const std::size_t start = text.find_first_not_of(kWhiteSpace);
+        if (start == std::string_view::npos) return parts;
+        text.remove_prefix(start);
+        const std::size_t length = std::min(text.find_first_of(kWhiteSpace), text.size());
+        parts.push_back(text.substr(0, length));
+        text.remove_prefix(length);
     }
 }
 

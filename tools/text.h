@@ -22,8 +22,14 @@ std::optional<double> parseNumber(std::string_view text);
 /// A whole number, likewise.
 std::optional<long long> parseWhole(std::string_view text);
 
+/// A number as above, or one that is not finite: inf, infinity and nan in either case of letters.
+std::optional<double> parseAnyNumber(std::string_view text);
+
 /// The parts between commas, empty ones included.
 std::vector<std::string_view> splitAtCommas(std::string_view text);
+
+/// The parts between blanks, tabs and line ends; none is empty.
+std::vector<std::string_view> splitAtWhiteSpace(std::string_view text);
 
 /// Text in single quotes for a message: control characters and bytes that are not UTF-8 become \xNN, so that no path
 /// can steer a terminal.

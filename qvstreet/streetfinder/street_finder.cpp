@@ -1,7 +1,8 @@
 // The street finder: from an image to streets and crossings.
 //
 //     setImage   image -> spectrum -> candidate angles -> two street directions -> two projections -> two sets of lines
-//     find       ridge modes: lines of the right polarity -> flat ones with upright ones -> the best crossings
+//     find       ridge modes: lines of the right polarity -> flat ones with upright ones -> the best crossings, in
+//                `eRidgeWafer` measured again on the image
 //                edge mode: lines -> pairs of edges -> crosses of eight or four lines -> the best crosses
 //     findSingleStreet   lines -> streets, one result each
 //
@@ -14,6 +15,7 @@
 #include "qvstreet/frontend/orientation.h"
 #include "qvstreet/frontend/spectrum.h"
 #include "qvstreet/projection/projection_polarity.h"
+#include "qvstreet/projection/crossing_refinement.h"
 #include "qvstreet/projection/single_street.h"
 #include "qvstreet/projection/tiled_projection.h"
 #include "qvstreet/streetfinder/candidate_search.h"
@@ -148,6 +150,8 @@ void qvStreetFinder::find(std::vector<qvStreetFinderStreetCrossResult>& results)
     } else {
         findEdgePairCrosses(impl, runParams_, results);
     }
+    refineCrossings(results, impl, runParams_.runMode(), runParams_.streetPolarity(),
+                    runParams_.nominalStreetWidth());
     mapResultsToClient(results, impl);
 }
 

@@ -59,6 +59,50 @@ struct Summary {
     }
 };
 
+/// The crossings as they were before the calipers: where the two lines of each result meet.
+std::vector<FoundCrossing> unrefinedCrossings(const SceneOutcome& outcome) {
+    std::vector<FoundCrossing> crossings = foundCrossings(outcome);
+    for (std::size_t i = 0; i < crossings.size(); ++i) {
+        const std::vector<qvLineSeg>& segments = outcome.crossings[i].lineSegs();
+        const qvVector<2> point = segments[0].line().intersect(segments[1].line());
+        crossings[i].position = {point.x(), point.y()};
+    }
+    return crossings;
+}
+
+void addErrorsInPels(const MatchReport& report, std::vector<double>& errors) {
+    for (const CrossingMatch& match : report.matches)
+        if (match.expected) errors.push_back(match.errorPels);
+}
+
+void printPels(const char* title, const std::vector<double>& errors) {
+    std::printf("\n%s: %zu crossings; error in pels: median %.3f, nine in ten %.3f, worst %.3f.\n", title,
+                errors.size(), quantile(errors, 0.5), quantile(errors, 0.9), quantile(errors, 1.0));
+}
+
+/// Ridge mode with the right polarity: what the calipers make of the lines' crossings.
+void printRefinement() {
+    std::vector<double> refined;
+    std::vector<double> unrefined;
+    std::vector<double> unequalRefined;
+    std::vector<double> unequalUnrefined;
+    for (const SceneRow& row : endToEndScenes()) {
+        const std::array<StreetFamily, 2>& families = row.scene.families;
+        const bool unequal = isCleanRow(row) && row.scene.width == row.scene.height &&
+                             families[0].widthPels != families[1].widthPels && row.name != "dark_and_light";
+        if (!isCaliperRow(row) && !unequal) continue;
+        const SceneRow asked = withRightPolarity(row);
+        const SceneOutcome outcome = runScene(asked, renderScene(asked.scene), RunMode::ridge);
+        addErrorsInPels(matchCrossings(asked.scene, foundCrossings(outcome)), unequal ? unequalRefined : refined);
+        addErrorsInPels(matchCrossings(asked.scene, unrefinedCrossings(outcome)),
+                        unequal ? unequalUnrefined : unrefined);
+    }
+    printPels("Ridge mode, right polarity, square images, equal widths, refined", refined);
+    printPels("The same before the refinement", unrefined);
+    printPels("Ridge mode, right polarity, square images, unequal widths, refined", unequalRefined);
+    printPels("The same before the refinement", unequalUnrefined);
+}
+
 }  // namespace
 
 int main() {
@@ -79,5 +123,6 @@ int main() {
     }
     coarse.print("Clean rows in coarse mode");
     edge.print("Edge rows in edge mode");
+    printRefinement();
     return 0;
 }

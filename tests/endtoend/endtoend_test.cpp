@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -14,6 +15,10 @@ using namespace qvtest;
 
 // One and a half pels of the 246 pel grid on which streets are looked for.
 constexpr double kMostErrorSamplePels = 1.5;
+
+// What the calipers leave of the crossings' error, pels.
+constexpr double kMostRefinedErrorPels = 0.25;
+constexpr double kMedianRefinedErrorPels = 0.05;
 
 class EndToEnd : public testing::TestWithParam<std::string> {
  protected:
@@ -39,6 +44,16 @@ TEST_P(EndToEnd, EdgeModeFindsEveryCrossingOfTheEdgeRows) {
     if (!isEdgeRow(row())) return;
     EXPECT_EQ(report.found, report.expected) << summary(report);
     EXPECT_LE(report.worstErrorSamplePels, kMostErrorSamplePels) << summary(report);
+}
+
+TEST_P(EndToEnd, RidgeModeMeasuresTheCaliperRowsToAQuarterPel) {
+    if (!isCaliperRow(row())) return;
+    const SceneRow asked = withRightPolarity(row());
+    const SceneOutcome outcome = runScene(asked, renderScene(asked.scene), RunMode::ridge);
+    const MatchReport report = matchCrossings(asked.scene, foundCrossings(outcome));
+    std::printf("%s refined %s\n", GetParam().c_str(), summary(report).c_str());
+    EXPECT_GT(report.found, 0);
+    EXPECT_LE(report.worstErrorPels, kMostRefinedErrorPels) << summary(report);
 }
 
 TEST_P(EndToEnd, TwoRunsInOneProcessGiveTheSameText) {
@@ -82,6 +97,22 @@ std::vector<std::string> rowNames() {
 
 INSTANTIATE_TEST_SUITE_P(Scenes, EndToEnd, testing::ValuesIn(rowNames()),
                          [](const testing::TestParamInfo<std::string>& scene) { return scene.param; });
+
+TEST(EndToEndRidge, HalfOfTheRefinedCrossingsAreWithinATwentiethOfAPel) {
+    std::vector<double> errors;
+    for (const SceneRow& row : endToEndScenes()) {
+        if (!isCaliperRow(row)) continue;
+        const SceneRow asked = withRightPolarity(row);
+        const SceneOutcome outcome = runScene(asked, renderScene(asked.scene), RunMode::ridge);
+        for (const CrossingMatch& match : matchCrossings(asked.scene, foundCrossings(outcome)).matches)
+            if (match.expected) errors.push_back(match.errorPels);
+    }
+    ASSERT_GE(errors.size(), 50u);
+    std::sort(errors.begin(), errors.end());
+    std::printf("%zu refined crossings: median %.3f pels, nine in ten %.3f, worst %.3f\n", errors.size(),
+                errors[errors.size() / 2], errors[errors.size() * 9 / 10], errors.back());
+    EXPECT_LE(errors[errors.size() / 2], kMedianRefinedErrorPels);
+}
 
 // A profile has as many bins as the image's other side is long and begins where its direction comes from, so on an oblong
 // image the streets further than the shorter side from there have no profile to show their polarity in.

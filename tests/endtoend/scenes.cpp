@@ -319,6 +319,16 @@ void addEdges(Table& table) {
                withCrossings(grid(1024, 1024, 2.2, {28, 24}, {3, 3}), lightDie));
 }
 
+/// Square images with two equal widths, on which the calipers of the ridge mode are at their best.
+void addEqualWidths(Table& table) {
+    table.clean("equal_12", "narrow, leaning left", grid(640, 640, -1.1, {12, 12}, {3, 2}));
+    table.clean("equal_14_tilted", "tilted by 7 degrees", grid(800, 800, 7.0, {14, 14}, {2, 3}));
+    table.clean("equal_16_light", "light streets", withLightStreets(grid(768, 768, 2.3, {16, 16}, {3, 4})));
+    table.clean("equal_24_light", "light streets", withLightStreets(grid(1536, 1536, 0.8, {24, 24}, {4, 3})));
+    table.clean("equal_30", "tilted by -4.5 degrees", grid(1024, 1024, -4.5, {30, 30}, {3, 3}));
+    table.clean("equal_40", "large camera", grid(2048, 2048, 1.7, {40, 40}, {4, 5}));
+}
+
 void addEmpties(Table& table) {
     table.empty("empty_uniform", "one grey level", withNoise(grid(512, 512, 0.0, {20, 20}, {0, 0}), 0.0));
     table.empty("empty_noise", "noise only", withNoise(grid(512, 512, 0.0, {20, 20}, {0, 0}), 8.0));
@@ -346,6 +356,7 @@ std::vector<SceneRow> makeTable() {
     addFrames(table);
     addPolarities(table);
     addEdges(table);
+    addEqualWidths(table);
     addEmpties(table);
     return table.take();
 }
@@ -407,6 +418,18 @@ bool isEdgeRow(const SceneRow& row) {
     const double narrowest = 2.5 * std::max(5.0, twoSamples);
     return std::all_of(row.scene.families.begin(), row.scene.families.end(),
                        [&](const StreetFamily& family) { return family.widthPels >= narrowest; });
+}
+
+bool isCaliperRow(const SceneRow& row) {
+    const std::array<StreetFamily, 2>& families = row.scene.families;
+    return isCleanRow(row) && row.scene.width == row.scene.height && families[0].widthPels == families[1].widthPels &&
+           (families[0].grey < row.scene.dieGrey) == (families[1].grey < row.scene.dieGrey);
+}
+
+SceneRow withRightPolarity(SceneRow row) {
+    const bool dark = row.scene.families[0].grey < row.scene.dieGrey;
+    row.polarity = dark ? AskedPolarity::dark : AskedPolarity::light;
+    return row;
 }
 
 }  // namespace qvtest

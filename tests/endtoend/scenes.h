@@ -68,6 +68,13 @@ bool isCleanRow(const SceneRow& row);
 /// the greater of the edge sharpness and two sample pels.
 bool isEdgeRow(const SceneRow& row);
 
+/// The rows of which sub-pel crossings are demanded in ridge mode once the right polarity is asked for: the clean ones
+/// with a square image, two equal widths and streets of one kind.
+bool isCaliperRow(const SceneRow& row);
+
+/// The same scene, asked for with the polarity that its streets have.
+SceneRow withRightPolarity(SceneRow row);
+
 }  // namespace qvtest
 
 #endif

@@ -97,7 +97,7 @@ TEST(CommandLine, OptionsMayStandAfterImages) {
 }
 
 TEST(CommandLine, PathsMayHoldAnyCharacter) {
-    const Arguments paths = {"[a,b].png", "", "find", "streets", "%%", "a=b", "{x}", "x\xFF\n", "-"};
+    const Arguments paths = {"[a,b].png", "", "find", "streets", "blank", "%%", "a=b", "{x}", "x\xFF\n", "-"};
     Arguments call = {"find"};
     call.insert(call.end(), paths.begin(), paths.end());
     EXPECT_EQ(accepted(call).images, paths);
@@ -171,10 +171,11 @@ TEST(CommandLine, UnknownOptionsAndSubcommands) {
     EXPECT_EQ(refused({"-x"}).substr(0, 21), "'-x' is not an option");
     EXPECT_EQ(refused({"--wid", "3"}).substr(0, 24), "'--wid' is not an option");
     EXPECT_EQ(refusedCall({"bogus", "a.png"}),
-              "'bogus' is not a subcommand; allowed are find, streets and angles, --help and --version (see qvstreet "
-              "--help)");
+              "'bogus' is not a subcommand; allowed are find, streets, angles and blank, --help and --version (see "
+              "qvstreet --help)");
     EXPECT_EQ(refusedCall({"--mode", "ridge", "find", "a.png"}).substr(0, 30), "'--mode' is not an option here");
-    EXPECT_EQ(refusedCall({}), "no subcommand was given; allowed are find, streets and angles (see qvstreet --help)");
+    EXPECT_EQ(refusedCall({}),
+              "no subcommand was given; allowed are find, streets, angles and blank (see qvstreet --help)");
     EXPECT_EQ(refusedCall({"find"}), "no image was given; allowed is one or more image files");
     EXPECT_EQ(refusedCall({"find", "--"}), "no image was given; allowed is one or more image files");
 }

@@ -150,6 +150,36 @@ TEST(Overlay, StreetsShowSegmentsAndScores) {
     EXPECT_EQ(lines.at(1).from.y, 110);
 }
 
+TEST(Overlay, BlankRegionsAreBoxesWithTheirScoresInTheMiddle) {
+    ImageReport report;
+    report.subcommand = Subcommand::blank;
+    report.width = 800;
+    report.height = 300;
+    BlankRegion region;
+    region.x = 100;
+    region.y = 50;
+    region.width = 400;
+    region.height = 80;
+    region.score = 0.816;
+    region.blankness = 0.5;
+    report.blankRegions.emplace({region});
+    // Pels of the image, so a client transform plays no part.
+    const Overlay overlay = layOutOverlay(report, {2, 0, 0, 3, 5, 7});
+    const auto boxes = shapesOf<BoxShape>(overlay);
+    ASSERT_EQ(boxes.size(), 1U);
+    EXPECT_EQ(boxes[0].upperLeft.x, 100);
+    EXPECT_EQ(boxes[0].upperLeft.y, 50);
+    EXPECT_EQ(boxes[0].width, 400);
+    EXPECT_EQ(boxes[0].height, 80);
+    EXPECT_EQ(boxes[0].hint, "x 100, y 50, 400 by 80, score 0.816, blankness 0.5");
+    const TextShape label = shapesOf<TextShape>(overlay).at(0);
+    EXPECT_EQ(label.text, "0.82");
+    EXPECT_NEAR(label.baseline.x + 0.5 * textWidth(label.text, label.size), 300, 1e-9);
+    EXPECT_NEAR(label.baseline.y - 0.36 * label.size, 90, 1e-9);
+    EXPECT_TRUE(hasText(overlay, "1 blank region, with score"));
+    EXPECT_TRUE(hasText(overlay, "qvstreet blank"));
+}
+
 TEST(Overlay, TheScoreOfAStreetStandsNearItsUpperLeftEndWhicheverWayItRuns) {
     ImageReport report;
     report.subcommand = Subcommand::streets;
@@ -257,6 +287,23 @@ TEST(OverlayPng, ALineCoversThePelsThatItsWidthSays) {
     EXPECT_EQ(pelOf(read, 20, 13), 0);
 }
 
+TEST(OverlayPng, ABoxIsItsOutline) {
+    // From (5, 4) to (25, 14), sides two pels wide.
+    Overlay overlay;
+    overlay.halo = 0.0;
+    overlay.shapes.emplace_back(BoxShape{{5, 4}, 20, 10, 2.0, {255, 255, 255}, ""});
+    const auto bytes = pngOf(uniform(40, 30, 0), overlay);
+    const GreyImage read = decodeImage({bytes.data(), bytes.size()});
+    for (const auto& [x, y] : {std::pair(15L, 3L), std::pair(15L, 4L), std::pair(15L, 13L), std::pair(15L, 14L),
+                               std::pair(4L, 9L), std::pair(5L, 9L), std::pair(24L, 9L), std::pair(25L, 9L)}) {
+        EXPECT_EQ(pelOf(read, x, y), 255) << x << " " << y;
+    }
+    for (const auto& [x, y] :
+         {std::pair(15L, 2L), std::pair(15L, 5L), std::pair(15L, 15L), std::pair(6L, 9L), std::pair(26L, 9L)}) {
+        EXPECT_EQ(pelOf(read, x, y), 0) << x << " " << y;
+    }
+}
+
 TEST(OverlayPng, HalfCoveredPelsAreBlended) {
     Overlay overlay;
     overlay.halo = 0.0;
@@ -296,6 +343,18 @@ TEST(OverlaySvg, IsWellFormedAndEscapesTheTitle) {
     EXPECT_NE(svg.find("viewBox=\"0 0 800 600\""), std::string::npos);
     EXPECT_EQ(countOf(svg, "<image "), 1U);
     EXPECT_EQ(countOf(svg, "<circle class=\"halo\""), 2U);
+}
+
+TEST(OverlaySvg, ABoxHasARimAndItsHint) {
+    Overlay overlay;
+    overlay.halo = 1.0;
+    overlay.shapes.emplace_back(BoxShape{{5, 4}, 20, 10.5, 2.0, {255, 0, 16}, "a < b"});
+    const std::string svg = svgOf(uniform(40, 30, 0), overlay);
+    EXPECT_TRUE(isBalanced(svg));
+    const std::string where = " x=\"5.00\" y=\"4.00\" width=\"20.00\" height=\"10.50\"";
+    EXPECT_NE(svg.find("<rect class=\"box halo\" stroke-width=\"4.00\"" + where + "/>"), std::string::npos);
+    EXPECT_NE(svg.find("stroke=\"#ff0010\" stroke-width=\"2.00\"" + where + "><title>a &lt; b</title></rect>"),
+              std::string::npos);
 }
 
 TEST(OverlaySvg, EmbedsTheImageAsAPngInBase64) {

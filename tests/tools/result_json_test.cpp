@@ -88,6 +88,26 @@ TEST(ResultJson, StreetsAndAnglesHaveTheirOwnListsAndTimes) {
               "\"seconds\":{\"setImage\":0.25}}\n");
 }
 
+TEST(ResultJson, BlankRegionsHaveWholePelsAndNoMode) {
+    ImageReport report;
+    report.image = "s.png";
+    report.subcommand = Subcommand::blank;
+    report.width = 300;
+    report.height = 90;
+    BlankRegion region;
+    region.x = 10;
+    region.y = 5;
+    region.width = 200;
+    region.height = 60;
+    region.score = 0.4;
+    region.blankness = 0.875;
+    report.blankRegions.emplace({region});
+    report.seconds = Seconds{0.0, 0.5};
+    EXPECT_EQ(toJson(report, true),
+              "{\"image\":\"s.png\",\"width\":300,\"height\":90,\"blankRegions\":[{\"x\":10,\"y\":5,\"width\":200,"
+              "\"height\":60,\"score\":0.4,\"blankness\":0.875}],\"seconds\":{\"blank\":0.5}}\n");
+}
+
 TEST(ResultJson, AnEmptyListIsPresentWhereNothingWasFound) {
     ImageReport report = crossingReport();
     report.crossings->clear();

@@ -27,9 +27,23 @@ TEST(Text, WholeNumbersHaveNoPoint) {
     for (const char* text : {"", "7.0", "1e3", "99999999999999999999", "seven"}) EXPECT_FALSE(parseWhole(text)) << text;
 }
 
+TEST(Text, AnyNumberMayAlsoBeInfiniteOrNone) {
+    EXPECT_EQ(parseAnyNumber("0.5"), 0.5);
+    EXPECT_EQ(parseAnyNumber("-inf"), -std::numeric_limits<double>::infinity());
+    EXPECT_TRUE(std::isnan(parseAnyNumber("NaN").value()));
+    for (const char* text : {"", "x", "1x", "0,5"}) EXPECT_FALSE(parseAnyNumber(text)) << text;
+}
+
 TEST(Text, EmptyPartsBetweenCommasCount) {
     EXPECT_EQ(splitAtCommas("a,,b,"), (std::vector<std::string_view>{"a", "", "b", ""}));
     EXPECT_EQ(splitAtCommas(""), (std::vector<std::string_view>{""}));
+}
+
+TEST(Text, WhiteSpaceOfAnyKindAndLengthSeparates) {
+    EXPECT_EQ(splitAtWhiteSpace("\n a\tb \r\n c,d"), (std::vector<std::string_view>{"a", "b", "c,d"}));
+    EXPECT_EQ(splitAtWhiteSpace("a"), (std::vector<std::string_view>{"a"}));
+    EXPECT_TRUE(splitAtWhiteSpace(" \n").empty());
+    EXPECT_TRUE(splitAtWhiteSpace("").empty());
 }
 
 TEST(Text, ShortestDigitsReadBackAsTheSameDouble) {

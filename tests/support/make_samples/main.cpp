@@ -4,9 +4,11 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "tests/support/make_samples/png_file.h"
 #include "tests/support/make_samples/sample_scenes.h"
+#include "tests/support/make_samples/street_strip.h"
 #include "tests/support/make_samples/truth_json.h"
 #include "tests/support/wafer_render.h"
 
@@ -14,6 +16,22 @@
 // make_samples --check FOLDER  compares those that are there, pel by pel, and fails where one differs
 
 namespace {
+
+/// One picture under examples/images, and the document beside it.
+struct Example {
+    std::string name;
+    qvtest::GreyImage image;
+    std::string truth;
+};
+
+std::vector<Example> examples() {
+    std::vector<Example> all;
+    for (const qvtest::Sample& sample : qvtest::sampleScenes()) {
+        all.push_back({sample.name, qvtest::renderScene(sample.scene), qvtest::truthJson(sample)});
+    }
+    all.push_back({"street_strip", qvtest::streetStrip(), qvtest::streetStripTruth()});
+    return all;
+}
 
 std::string textOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -29,17 +47,17 @@ void writeText(const std::string& path, const std::string& text) {
     if (!file.flush()) throw std::runtime_error(path + ": cannot be written");
 }
 
-void write(const qvtest::Sample& sample, const std::string& stem) {
-    qvtest::writePng(stem + ".png", qvtest::renderScene(sample.scene));
-    writeText(stem + ".json", qvtest::truthJson(sample));
+void write(const Example& example, const std::string& stem) {
+    qvtest::writePng(stem + ".png", example.image);
+    writeText(stem + ".json", example.truth);
     std::cout << stem << ".png\n";
 }
 
-bool check(const qvtest::Sample& sample, const std::string& stem) {
+bool check(const Example& example, const std::string& stem) {
     const qvtest::GreyImage stored = qvtest::readPng(stem + ".png");
-    const qvtest::GreyImage made = qvtest::renderScene(sample.scene);
+    const qvtest::GreyImage& made = example.image;
     const bool samePels = stored.width == made.width && stored.height == made.height && stored.pels == made.pels;
-    const bool sameTruth = textOf(stem + ".json") == qvtest::truthJson(sample);
+    const bool sameTruth = textOf(stem + ".json") == example.truth;
     if (!samePels) std::cerr << stem << ".png differs from what the generator makes\n";
     if (!sameTruth) std::cerr << stem << ".json differs from what the generator makes\n";
     return samePels && sameTruth;
@@ -56,11 +74,11 @@ int main(int argc, char** argv) {
     const std::string folder = argv[argc - 1];
     try {
         bool good = true;
-        for (const qvtest::Sample& sample : qvtest::sampleScenes()) {
-            const std::string stem = folder + "/" + sample.name;
+        for (const Example& example : examples()) {
+            const std::string stem = folder + "/" + example.name;
             if (!checking) {
-                write(sample, stem);
-            } else if (!check(sample, stem)) {
+                write(example, stem);
+            } else if (!check(example, stem)) {
                 good = false;
             }
         }

@@ -1,0 +1,148 @@
+// The sliding forms against the images by the book, bit by bit.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "qvstreet/blankregion/regional_images.h"
+#include "tests/support/noise_image.h"
+#include "tests/support/slow_regional_images.h"
+
+namespace {
+
+using qvtest::Noise;
+using Image = qvPelBuffer<unsigned char>;
+
+constexpr int kKinds = 9;
+
+/// One pel of an image of some kind; most of them wrap somewhere in large windows.
+int pelOf(int kind, long x, long y, long period, Noise& noise) {
+    const bool odd = x / period % 2 != 0;
+    switch (kind) {
+        case 0:
+            return static_cast<int>(noise.whole(0, 255));
+        case 1:
+            return 255;
+        case 2:
+            return odd ? 255 : 0;
+        case 3:
+            return y / period % 2 != 0 ? 255 : 0;
+        case 4:
+            return (x / period + y / period) % 2 != 0 ? 255 : 0;
+        case 5:
+            return static_cast<int>(120 + noise.whole(-3, 3));
+        case 6:
+            return odd ? 255 - static_cast<int>(noise.whole(0, 2)) : static_cast<int>(noise.whole(0, 1));
+        case 7:
+            return noise.whole(0, 15) == 0 ? static_cast<int>(noise.whole(0, 255)) : 255;
+        default:
+            return static_cast<int>(noise.whole(0, 3) * 85);
+    }
+}
+
+Image imageOf(int kind, long width, long height, Noise& noise) {
+    const long period = noise.whole(1, 5);
+    Image image(width, height, 32);
+    for (long y = 0; y < height; ++y)
+        for (long x = 0; x < width; ++x) image.put(x, y, static_cast<unsigned char>(pelOf(kind, x, y, period, noise)));
+    return image;
+}
+
+qvtest::SlowImage rowsOf(const Image& image) {
+    qvtest::SlowImage rows;
+    for (long y = 0; y < image.height(); ++y)
+        rows.emplace_back(image.pointToRow(y), image.pointToRow(y) + image.width());
+    return rows;
+}
+
+void expectBothImagesByTheBook(const Image& image, long L, long S, const std::string& what) {
+    Image result;
+    computeForegroundImage(image, L, S, result);
+    EXPECT_EQ(rowsOf(result), qvtest::slowForegroundImage(image, L, S)) << what;
+    for (const double rowWeight : {0.8, 0.0, 1.0}) {
+        const int scale = rowWeight == 1.0 ? 1 : 10;
+        computeRegionalDeviationImage(image, L, S, result, scale, rowWeight);
+        EXPECT_EQ(rowsOf(result), qvtest::slowDeviationImage(image, L, S, scale, rowWeight)) << what << rowWeight;
+    }
+}
+
+/// Windows of random size up to `mostL` by `mostS` with up to `spare` further columns and rows.
+void expectRandomImages(std::uint64_t seed, int count, long mostL, long mostS, long spare) {
+    Noise noise(seed);
+    for (int n = 0; n < count; ++n) {
+        const long L = noise.whole(1, mostL);
+        const long S = noise.whole(1, mostS);
+        const Image image = imageOf(n % kKinds, L + noise.whole(0, spare), S + noise.whole(0, spare / 2), noise);
+        expectBothImagesByTheBook(image, L, S, "image " + std::to_string(n) + " ");
+        if (::testing::Test::HasFailure()) return;
+    }
+}
+
+}  // namespace
+
+TEST(SlidingWindows, SmallWindowsEqualTheBook) { expectRandomImages(1, 180, 12, 12, 24); }
+
+TEST(SlidingWindows, HighBrightWindowsThatWrapInTheColumnsEqualTheBook) { expectRandomImages(2, 45, 6, 200, 12); }
+
+TEST(SlidingWindows, WideWindowsThatWrapInTheRowsEqualTheBook) { expectRandomImages(3, 45, 700, 4, 8); }
+
+TEST(SlidingWindows, LargeWindowsEqualTheBook) { expectRandomImages(4, 18, 150, 150, 6); }
+
+TEST(SlidingWindows, ImagesOfTheUsualShapeEqualTheBook) {
+    Noise noise(5);
+    for (const int kind : {0, 2, 5, 7}) expectBothImagesByTheBook(imageOf(kind, 90, 30, noise), 24, 21, "usual ");
+}
+
+TEST(SlidingWindows, BottomUpImagesEqualTheBook) {
+    Noise noise(6);
+    const Image image = imageOf(0, 40, 20, noise);
+    const qvPelBuffer_const<unsigned char> bottomUp(image.pointToRow(19), 40, 20, -image.rowUpdate());
+    Image result;
+    computeRegionalDeviationImage(bottomUp, 7, 5, result, 10, 0.8);
+    EXPECT_EQ(rowsOf(result), qvtest::slowDeviationImage(bottomUp, 7, 5, 10, 0.8));
+    computeForegroundImage(bottomUp, 7, 5, result);
+    EXPECT_EQ(rowsOf(result), qvtest::slowForegroundImage(bottomUp, 7, 5));
+}
+
+TEST(SlidingWindows, DeviationsThatRoundingDecidesEqualTheBook) {
+    // Columns of two pairs of levels deviate by multiples of 8.5, and 10 * (1.0 - 0.8) of that is just below an integer.
+    Noise noise(7);
+    Image image(400, 9, 32);
+    for (long y = 0; y < image.height(); ++y)
+        for (long x = 0; x < image.width(); ++x) image.put(x, y, static_cast<unsigned char>(noise.whole(0, 15) * 17));
+    expectBothImagesByTheBook(image, 1, 4, "pairs ");
+    expectBothImagesByTheBook(image, 3, 4, "pairs ");
+    // Here every position is of that kind.
+    expectBothImagesByTheBook(image, 1, 2, "pairs ");
+}
+
+TEST(SlidingWindows, ColumnsHigherThanAByteCountsEqualTheBook) {
+    Noise noise(8);
+    for (const int kind : {1, 2, 5})
+        for (const long S : {255L, 256L, 300L})
+            expectBothImagesByTheBook(imageOf(kind, 9, S + 2, noise), 3, S, "high ");
+}
+
+TEST(SlidingWindows, WindowsAtTheEdgeOfNarrowCountsEqualTheBook) {
+    Noise noise(9);
+    // 16383 pels of one level come to 32766, one window further to more than 16 bits hold.
+    expectBothImagesByTheBook(imageOf(1, 131, 129, noise), 129, 127, "narrow ");
+    expectBothImagesByTheBook(imageOf(1, 131, 130, noise), 128, 128, "wide ");
+}
+
+TEST(SlidingWindows, WindowsWhoseSquareOfTheWidthWrapsEqualTheBook) {
+    Noise noise(10);
+    for (const int kind : {0, 5}) {
+        expectBothImagesByTheBook(imageOf(kind, 46343, 2, noise), 46340, 1, "just not ");
+        expectBothImagesByTheBook(imageOf(kind, 46343, 2, noise), 46341, 1, "just ");
+    }
+}
+
+TEST(SlidingWindows, WindowsOfAMillionPelsEqualTheBook) {
+    Noise noise(11);
+    expectBothImagesByTheBook(imageOf(7, 1102, 1001, noise), 1100, 1000, "million ");
+}
+
+TEST(SlidingWindows, ImageTooWideForColumnHistogramsEqualsTheBook) {
+    Noise noise(12);
+    expectBothImagesByTheBook(imageOf(0, 263000, 2, noise), 3, 2, "wide ");
+}

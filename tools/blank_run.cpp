@@ -1,0 +1,183 @@
+#include "tools/blank_run.h"
+
+#include "qvstreet/blankregion/blank_region_defs.h"
+#include "qvstreet/blankregion/blank_region_finder.h"
+#include "qvstreet/blankregion/blank_region_results.h"
+#include "qvstreet/platform/exceptions.h"
+#include "qvstreet/platform/pel_buffer.h"
+#include "tools/finder_run.h"
+#include "tools/image_file.h"
+#include "tools/text.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace qvtool {
+namespace {
+
+// The finder counts the pels of a region's length in 16 bits. Above this a count could wrap to a small one, and an end
+// would be looked for in the wrong places without a word.
+constexpr long kMaxStreetLength = 65536;
+
+// Room for 256 numbers of 17 digits many times over; an endless device ends here.
+constexpr std::size_t kMaxWeightsBytes = std::size_t{1} << 20;
+
+constexpr const char* kAllowedWeights = "allowed are 256 numbers from 0 to 1, separated by white space";
+
+std::string sizeOf(const GreyImage& image) {
+    return std::to_string(image.width) + " x " + std::to_string(image.height) + " pels";
+}
+
+[[noreturn]] void failWeights(const CommandOptions& options, const std::string& reason) {
+    throw InputError("--grey-weights: " + inQuotes(options.greyWeights) + ": " + reason);
+}
+
+std::string weightsText(const CommandOptions& options) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(options.greyWeights.c_str(), "rb"),
+                                                               std::fclose);
+    if (!file) failWeights(options, std::string("cannot be opened: ") + std::strerror(errno));
+    std::string text(kMaxWeightsBytes + 1, '\0');
+    text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+    if (std::ferror(file.get()) != 0) failWeights(options, std::string("cannot be read: ") + std::strerror(errno));
+    if (text.size() > kMaxWeightsBytes) {
+        failWeights(options, "has more than " + std::to_string(kMaxWeightsBytes) + " bytes; " + kAllowedWeights);
+    }
+    return text;
+}
+
+/// Infinities and NaN count as numbers here, so that the finder's own words about them reach the user.
+std::vector<double> weightsOf(const CommandOptions& options) {
+    if (options.greyWeights.empty()) return std::vector<double>(256, 1.0);
+    const std::string text = weightsText(options);
+    std::vector<double> weights;
+    for (const std::string_view word : splitAtWhiteSpace(text)) {
+        const std::optional<double> weight = parseAnyNumber(word);
+        if (!weight) {
+            const std::string shown(word.substr(0, 40));
+            failWeights(options, "its number " + std::to_string(weights.size() + 1) + " is " + inQuotes(shown) + "; " +
+                                     kAllowedWeights);
+        }
+        weights.push_back(*weight);
+    }
+    return weights;
+}
+
+/// What the finder says about weights, and which of them it means.
+std::string aboutWeights(const std::string& reason, const std::vector<double>& weights) {
+    if (weights.size() != 256) {
+        return reason + " (the file has " + std::to_string(weights.size()) + " numbers; " + kAllowedWeights + ")";
+    }
+    for (std::size_t level = 0; level < weights.size(); ++level) {
+        if (weights[level] >= 0.0 && weights[level] <= 1.0) continue;
+        return reason + " (the number for grey level " + std::to_string(level) + " is " + shortest(weights[level]) +
+               ")";
+    }
+    return reason;
+}
+
+qvStreetBlankRegionFinderParams paramsOf(const CommandOptions& options) {
+    const bool vertical = options.direction == Direction::vertical;
+    const std::vector<double> weights = weightsOf(options);
+    try {
+        return qvStreetBlankRegionFinderParams(
+            options.streetWidth, options.minLength, options.maxResults, weights,
+            vertical ? qvStreetBlankRegionFinderDefs::eVertical : qvStreetBlankRegionFinderDefs::eHorizontal);
+    } catch (const qvStreetBlankRegionFinderDefs::BadParams& error) {
+        failWeights(options, aboutWeights(error.what(), weights));
+    }
+}
+
+std::optional<GreyImage> maskOf(const CommandOptions& options) {
+    if (options.mask.empty()) return std::nullopt;
+    try {
+        return readImageFile(options.mask);
+    } catch (const ImageError& error) {
+        throw InputError("--mask: " + inQuotes(options.mask) + ": " + error.what());
+    }
+}
+
+qvPelBuffer_const<unsigned char> bufferOf(const GreyImage& image) {
+    return qvPelBuffer_const<unsigned char>(image.pels.data(), image.width, image.height, image.width);
+}
+
+BlankRegion regionOf(const qvStreetBlankRegionFinderResult& result) {
+    const qvPelRect& rect = result.blankRect();
+    BlankRegion region;
+    region.x = rect.ul().first;
+    region.y = rect.ul().second;
+    region.width = rect.width();
+    region.height = rect.height();
+    region.score = result.score();
+    region.blankness = result.blanknessScore();
+    return region;
+}
+
+void search(const BlankInputs& inputs, const GreyImage& image, ImageReport& report) {
+    qvStreetBlankRegionFinderResultSet found;
+    if (inputs.mask) {
+        qfStreetBlankRegionFinderRun(bufferOf(image), bufferOf(*inputs.mask), inputs.params, found, nullptr, 0);
+    } else {
+        qfStreetBlankRegionFinderRun(bufferOf(image), inputs.params, found, nullptr, 0);
+    }
+    std::vector<BlankRegion> regions;
+    for (const qvStreetBlankRegionFinderResult& result : found.results()) regions.push_back(regionOf(result));
+    Seconds seconds;
+    seconds.search = found.time();
+    report.blankRegions = std::move(regions);
+    report.seconds = seconds;
+}
+
+std::string maskNote(const CommandOptions& options, const BlankInputs& inputs, const GreyImage& image) {
+    if (!inputs.mask) return {};
+    std::string note =
+        " (--mask " + inQuotes(options.mask) + " has " + sizeOf(*inputs.mask) + ", the image has " + sizeOf(image);
+    if (options.direction == Direction::vertical) {
+        note += "; with --direction v the mask is laid over the transposed image, so both have to be square";
+    }
+    return note + ")";
+}
+
+std::string windowNote(const CommandOptions& options, const GreyImage& image) {
+    const std::string across = options.direction == Direction::vertical ? "width" : "height";
+    const std::string along = options.direction == Direction::vertical ? "height" : "width";
+    return " (the image has " + sizeOf(image) + "; allowed are --min-length up to its " + along +
+           ", three quarters of --street-width up to its " + across +
+           ", and regions of up to about 32750 pels; given are " + std::to_string(options.minLength) + " and " +
+           std::to_string(options.streetWidth) + ")";
+}
+
+}  // namespace
+
+BlankInputs loadBlankInputs(const CommandOptions& options) {
+    qvStreetBlankRegionFinderParams params = paramsOf(options);
+    return BlankInputs{std::move(params), maskOf(options)};
+}
+
+void runBlank(const CommandOptions& options, const BlankInputs& inputs, const GreyImage& image, ImageReport& report) {
+    const bool vertical = options.direction == Direction::vertical;
+    if ((vertical ? image.height : image.width) > kMaxStreetLength) {
+        throw Refusal("is too large for the finder (the image has " + sizeOf(image) + "; allowed are up to " +
+                      std::to_string(kMaxStreetLength) + " along the street)");
+    }
+    const std::string refused = "was refused by the finder: ";
+    try {
+        search(inputs, image, report);
+    } catch (const qvStreetBlankRegionFinderDefs::BadParams& error) {
+        throw Refusal(refused + error.what() + maskNote(options, inputs, image));
+    } catch (const qvPel::SizeMismatch& error) {
+        throw Refusal(refused + error.what() + maskNote(options, inputs, image));
+    } catch (const qvPel::BadSize& error) {
+        throw Refusal(refused + error.what() + windowNote(options, image));
+    } catch (const std::bad_alloc&) {
+        throw Refusal(refused + "it needs more memory than there is");
+    } catch (const std::exception& error) {
+        throw Refusal(refused + error.what());
+    }
+}
+
+}  // namespace qvtool

@@ -1,0 +1,39 @@
+/// @file
+/// One image through the blank region finder, and the files that its options name.
+#ifndef QVSTREET_TOOLS_BLANK_RUN_H
+#define QVSTREET_TOOLS_BLANK_RUN_H
+
+#include "qvstreet/blankregion/blank_region_params.h"
+#include "tools/command_line.h"
+#include "tools/grey_image.h"
+#include "tools/report.h"
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace qvtool {
+
+/// A file that an option names cannot serve as what it is named for. The message names the option and the file.
+class InputError : public std::runtime_error {
+ public:
+    using std::runtime_error::runtime_error;
+};
+
+/// What all images of a call share.
+struct BlankInputs {
+    qvStreetBlankRegionFinderParams params;
+    std::optional<GreyImage> mask;  ///< its notes are for standard error
+};
+
+/// Reads the files of `--mask` and `--grey-weights`.
+/// @throws InputError if one cannot be read, or the weights are not 256 numbers from 0 to 1
+BlankInputs loadBlankInputs(const CommandOptions& options);
+
+/// Searches the image, which is read in place, and adds regions and time to the report.
+/// @throws Refusal for every failure of the finder; the report then has no list
+void runBlank(const CommandOptions& options, const BlankInputs& inputs, const GreyImage& image, ImageReport& report);
+
+}  // namespace qvtool
+
+#endif
