@@ -14,8 +14,8 @@
 
 #include "qvstreet/frontend/orientation.h"
 #include "qvstreet/frontend/spectrum.h"
-#include "qvstreet/projection/projection_polarity.h"
 #include "qvstreet/projection/crossing_refinement.h"
+#include "qvstreet/projection/projection_polarity.h"
 #include "qvstreet/projection/single_street.h"
 #include "qvstreet/projection/tiled_projection.h"
 #include "qvstreet/streetfinder/candidate_search.h"
@@ -150,8 +150,7 @@ void qvStreetFinder::find(std::vector<qvStreetFinderStreetCrossResult>& results)
     } else {
         findEdgePairCrosses(impl, runParams_, results);
     }
-    refineCrossings(results, impl, runParams_.runMode(), runParams_.streetPolarity(),
-                    runParams_.nominalStreetWidth());
+    refineCrossings(results, impl, runParams_.runMode(), runParams_.streetPolarity(), runParams_.nominalStreetWidth());
     mapResultsToClient(results, impl);
 }
 
