@@ -166,7 +166,9 @@ void runFinder(const CommandOptions& options, const GreyImage& image, ImageRepor
     } catch (const qvStreetFinderDefs::BadParams& error) {
         throw Refusal(withOption(options, error.what()));
     } catch (const qvPel::BadSize& error) {
-        throw Refusal(std::string("was refused by the finder: ") + error.what() + sizeNote(image));
+        const std::string ridgeNote =
+            options.mode == Mode::ridge ? "; --mode ridge also wants 24 times --width below 32768" : "";
+        throw Refusal(std::string("was refused by the finder: ") + error.what() + sizeNote(image) + ridgeNote);
     } catch (const std::bad_alloc&) {
         throw Refusal("was refused by the finder: it needs more memory than there is");
     } catch (const std::exception& error) {

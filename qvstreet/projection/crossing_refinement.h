@@ -49,7 +49,9 @@ struct qv_refineResult {
 };
 
 /// Moves the crossing and the four corners of every result to the measured point, in the run mode `eRidgeWafer` only;
-/// score and segments stay. With a polarity other than `eDarkOnLight` light streets are looked for.
+/// score and segments stay. With a polarity other than `eDarkOnLight` light streets are looked for. The calipers take two
+/// samples per client unit, whatever the size of a pel.
+/// @throws qvPel::BadSize when 24 times a width, the number of samples along a street, narrows to 0 or less in 16 bits
 void refineCrossings(std::vector<qvStreetFinderStreetCrossResult>& results, const qv_streetFinderImpl& impl,
                      long runMode, long polarity, const qvPair<double>& nominalWidth);
 

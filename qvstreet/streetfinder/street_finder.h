@@ -48,6 +48,8 @@ class QV_EXPORT qvStreetFinder {
     /// the edge pair mode what it holds counts towards `maxResults` and stays ahead of the new crossings, which keep
     /// their distance from it; in the ridge modes it is replaced.
     /// @throws qvStreetFinderDefs::UnboundImage "Unbound Image::need to call setImage"
+    /// @throws qvPel::BadSize in `eRidgeWafer` for a nominal width of about 1365 client units and more: its calipers would
+    ///         take more samples than 16 bits count
     void find(std::vector<qvStreetFinderStreetCrossResult>& results);
 
     /// Finds single streets, best first, at most `maxResults`. Replaces `results`.

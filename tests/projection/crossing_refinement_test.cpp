@@ -231,4 +231,36 @@ TEST(RefineCrossings, WidthsBelowThreeAreRaisedToThree) {
     EXPECT_NE(asThree[0].crossing(), qvVector<2>(150.8, 120.2));
 }
 
+// The first street's region is measured by `second`, the second one's by `first`, each raised on its own.
+TEST(RefineCrossings, RegionsAreFourByTwelveOfTheWidthsRaisedOneByOne) {
+    const qvtest::GreyImage image = oneCrossing(20.0, 20.0, 60.0, 150.0);
+    qv_streetFinderImpl impl;
+    impl.image = viewOf(image);
+    const qvPair<double> asked[] = {{16.0, 24.0}, {24.0, 16.0}, {2.0, 24.0}, {24.0, 2.0}};
+    const qvPair<double> raised[] = {{16.0, 24.0}, {24.0, 16.0}, {3.0, 24.0}, {24.0, 3.0}};
+    for (int i = 0; i < 4; ++i) {
+        std::vector<CrossResult> results = {crossResultAt(qvVector<2>(151.0, 121.0))};
+        refineCrossings(results, impl, Defs::eRidgeWafer, Defs::eDarkOnLight, asked[i]);
+        qv_refineResult expected;
+        refineCrossing(impl.image, contextAt(qvVector<2>(151.0, 121.0), raised[i], Defs::eDarkOnLight), expected,
+                       nullptr);
+        EXPECT_EQ(results[0].crossing(), expected.crossing) << i;
+    }
+}
+
+// 24 * 1365 = 32760 samples fit 16 bits; 24 * 1366 = 32784 become negative, 24 * 2731 = 65544 become 8.
+TEST(RefineCrossings, SampleCountsNarrowTo16Bits) {
+    const std::vector<unsigned char> grey(40 * 30, 90);
+    qv_streetFinderImpl impl;
+    impl.image = qvPelBuffer_const<unsigned char>(grey.data(), 40, 30, 40);
+    const auto refine = [&](double widthX, double widthY) {
+        std::vector<CrossResult> results = {crossResultAt(qvVector<2>(20.0, 15.0))};
+        refineCrossings(results, impl, Defs::eRidgeWafer, Defs::eDarkOnLight, qvPair<double>(widthX, widthY));
+    };
+    EXPECT_NO_THROW(refine(2731.0, 3.0));
+    EXPECT_NO_THROW(refine(3.0, 2731.0));
+    EXPECT_THROW(refine(1366.0, 3.0), qvPel::BadSize);
+    EXPECT_THROW(refine(3.0, 1366.0), qvPel::BadSize);
+}
+
 }  // namespace
