@@ -9,25 +9,6 @@
 
 namespace {
 
-// What the edge pair mode weighs with.
-const std::vector<double> kEdgeWeights = {1.126, 0.019, 0.0875, 0.2909, 0.5771, 0.5416, 1.0, 1.0, 1.0, 1.0};
-
-qv_candidateTolerances tolerancesOf(double widthX, double widthY) {
-    qv_candidateTolerances tolerances;
-    tolerances.lineGapTolerance = 10.0;
-    tolerances.angleTolerance = 10.0;
-    tolerances.nominalWidth = qvPair<double>(widthX, widthY);
-    tolerances.widthLower = qvPair<double>(20.0, 15.0);
-    tolerances.widthUpper = qvPair<double>(45.0, 28.0);
-    return tolerances;
-}
-
-std::vector<double> onlyWeight(std::size_t index) {
-    std::vector<double> weights(10, 0.0);
-    weights[index] = 1.0;
-    return weights;
-}
-
 double scoreOf(const std::vector<qv_ridgeLine>& lines, const std::vector<double>& weights, long gapMode = eGapOfB,
                const qv_candidateTolerances& tolerances = tolerancesOf(25.0, 20.0)) {
     qv_stCand candidate = unevenCandidate();

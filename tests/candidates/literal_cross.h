@@ -107,4 +107,23 @@ class LiteralRandom {
     std::mt19937 engine_;
 };
 
+// What the edge pair mode weighs with.
+inline const std::vector<double> kEdgeWeights = {1.126, 0.019, 0.0875, 0.2909, 0.5771, 0.5416, 1.0, 1.0, 1.0, 1.0};
+
+inline qv_candidateTolerances tolerancesOf(double widthX, double widthY) {
+    qv_candidateTolerances tolerances;
+    tolerances.lineGapTolerance = 10.0;
+    tolerances.angleTolerance = 10.0;
+    tolerances.nominalWidth = qvPair<double>(widthX, widthY);
+    tolerances.widthLower = qvPair<double>(20.0, 15.0);
+    tolerances.widthUpper = qvPair<double>(45.0, 28.0);
+    return tolerances;
+}
+
+inline std::vector<double> onlyWeight(std::size_t index) {
+    std::vector<double> weights(10, 0.0);
+    weights[index] = 1.0;
+    return weights;
+}
+
 #endif

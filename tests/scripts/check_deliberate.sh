@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# A formula that looks wrong but is right carries `// deliberate: <what looks odd>; pinned by Suite.Test` above it. This
+# A formula that looks wrong but is right carries `// deliberate: <what looks odd>; pinned by <Suite.Test>` above it. This
 # check fails unless each names a test that exists, so that nobody can "repair" such a formula unnoticed.
 #
 #     check_deliberate.sh SOURCE_FOLDER TEST_FOLDER
@@ -62,7 +62,7 @@ count=0
 while read -r place name; do
     count=$((count + 1))
     if [[ $name == - ]]; then
-        echo "$place: the comment names no test ('; pinned by Suite.Test')" >&2
+        echo "$place: the comment names no test ('; pinned by <Suite.Test>')" >&2
         failures=$((failures + 1))
     elif ! grep -qxF -- "$name" <<<"$tests"; then
         echo "$place: there is no test $name" >&2
