@@ -49,12 +49,6 @@ std::vector<unsigned char> foregroundMap() {
     return map;
 }
 
-/// The low 16 bits, read as signed.
-long narrowedTo16(long value) {
-    const long low = static_cast<long>(static_cast<unsigned long>(value) & 0xFFFFu);
-    return low < 0x8000 ? low : low - 0x10000;
-}
-
 /// Strongest first, NaN last; equal ones keep their order along the street.
 std::vector<qvCaliperResultEdge> strongestEdges(const qvCaliperResultSet& found) {
     std::vector<qvCaliperResultEdge> edges(found.resultEdges().begin(), found.resultEdges().end());
@@ -87,9 +81,9 @@ void refineRegionEnds(const qvPelBuffer_const<unsigned char>& foreground, qvPelR
     const double cy = static_cast<double>(region.ul().second + region.lr().second) * 0.5;
     const qvAffineRectangle area(qvVector<2>(cx, cy), static_cast<double>(length), static_cast<double>(height),
                                  qvRadian(0.0), qvRadian(0.0));
-    // deliberate: counts narrowed to 16 bits, so a street of 65537 pels has one sample; pinned by
+    // deliberate: the sampling narrows its counts to 16 bits, so a street of 65537 pels has one sample; pinned by
     // RegionEnds.CaliperLengthIsNarrowedTo16Bits
-    const qvAffineSamplingParams sampling(area, narrowedTo16(length), narrowedTo16(height), kNearestPel);
+    const qvAffineSamplingParams sampling(area, length, height, kNearestPel);
 
     qvCaliperRunParams caliper(0.0, qvCaliperDefs::eEither);
     caliper.filterHalfSize(kFilterHalfSize);

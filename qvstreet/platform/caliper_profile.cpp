@@ -16,38 +16,11 @@
 
 namespace {
 
-/// Bilinear interpolation in doubles.
-struct ExactBilinearKernel {
-    /// From a position to its upper left neighbour's centre.
+/// Full fractions in doubles; nothing is rounded.
+struct ExactWeighting {
+    using Value = double;
     static constexpr std::int64_t kShift = -kFixedOne / 2;
 
-    static qv_Span interiorSpan(const qv_PelSource& source, const qv_FixedVector& start, const qv_FixedVector& step,
-                                long count) {
-        return qf_intersection(
-            qf_spanBetween(start.x, step.x, count, -kShift, (source.width - 1) * kFixedOne - 1 - kShift),
-            qf_spanBetween(start.y, step.y, count, -kShift, (source.height - 1) * kFixedOne - 1 - kShift));
-    }
-
-    static double interior(const qv_PelSource& source, const qv_FixedVector& position) {
-        const std::int64_t x = position.x + kShift;
-        const std::int64_t y = position.y + kShift;
-        const unsigned char* pel = source.pels + (y >> 32) * source.rowUpdate + (x >> 32);
-        return mix(pel[0], pel[1], pel[source.rowUpdate], pel[source.rowUpdate + 1], fraction(x), fraction(y));
-    }
-
-    static double careful(const qv_PelSource& source, const qv_FixedVector& position) {
-        const std::int64_t x = position.x + kShift;
-        const std::int64_t y = position.y + kShift;
-        const std::int64_t left = std::clamp<std::int64_t>(x >> 32, 0, source.width - 1);
-        const std::int64_t right = std::clamp<std::int64_t>((x >> 32) + 1, 0, source.width - 1);
-        const unsigned char* upper =
-            source.pels + std::clamp<std::int64_t>(y >> 32, 0, source.height - 1) * source.rowUpdate;
-        const unsigned char* lower =
-            source.pels + std::clamp<std::int64_t>((y >> 32) + 1, 0, source.height - 1) * source.rowUpdate;
-        return mix(upper[left], upper[right], lower[left], lower[right], fraction(x), fraction(y));
-    }
-
- private:
     /// 0 up to, not including, 1.
     static double fraction(std::int64_t position) {
         return static_cast<double>(static_cast<std::uint32_t>(position)) / static_cast<double>(kFixedOne);
@@ -59,6 +32,8 @@ struct ExactBilinearKernel {
         return upper * (1.0 - fy) + lower * fy;
     }
 };
+
+using ExactBilinearKernel = qv_FourNeighbourKernel<ExactWeighting>;
 
 /// All columns of the rectangle, those without samples inside included.
 struct Columns {

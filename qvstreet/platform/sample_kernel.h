@@ -19,10 +19,12 @@ inline qv_Span qf_insideSpan(const qv_PelSource& source, const qv_FixedVector& s
         qf_spanBetween(start.y, step.y, count, -kInsideTolerance, source.height * kFixedOne + kInsideTolerance));
 }
 
-/// Bilinear interpolation. Positions and weights are in 1/256 pel; the sum of pel * weight * weight is rounded half up.
-struct qv_BilinearKernel {
-    /// Added to a position: half a pel towards the upper left neighbour's centre, and half a 1/256 to round.
-    static constexpr std::int64_t kShift = kFixedOne / 512 - kFixedOne / 2;
+/// Bilinear interpolation from the four neighbours of a position. The weighting says in what arithmetic: `Value`, the shift
+/// from a position to its upper left neighbour's centre, the fraction of a shifted position, and the mean of the four.
+template <typename Weighting>
+struct qv_FourNeighbourKernel {
+    using Value = typename Weighting::Value;
+    static constexpr std::int64_t kShift = Weighting::kShift;
 
     /// The samples of a walk that have all four neighbours in the window.
     static qv_Span interiorSpan(const qv_PelSource& source, const qv_FixedVector& start, const qv_FixedVector& step,
@@ -32,14 +34,16 @@ struct qv_BilinearKernel {
             qf_spanBetween(start.y, step.y, count, -kShift, (source.height - 1) * kFixedOne - 1 - kShift));
     }
 
-    static std::uint32_t interior(const qv_PelSource& source, const qv_FixedVector& position) {
+    static Value interior(const qv_PelSource& source, const qv_FixedVector& position) {
         const std::int64_t x = position.x + kShift;
         const std::int64_t y = position.y + kShift;
         const unsigned char* pel = source.pels + (y >> 32) * source.rowUpdate + (x >> 32);
-        return mix(pel[0], pel[1], pel[source.rowUpdate], pel[source.rowUpdate + 1], fraction(x), fraction(y));
+        return Weighting::mix(pel[0], pel[1], pel[source.rowUpdate], pel[source.rowUpdate + 1], Weighting::fraction(x),
+                              Weighting::fraction(y));
     }
 
-    static std::uint32_t careful(const qv_PelSource& source, const qv_FixedVector& position) {
+    /// Anywhere; beyond the border the nearest border pel stands in.
+    static Value careful(const qv_PelSource& source, const qv_FixedVector& position) {
         const std::int64_t x = position.x + kShift;
         const std::int64_t y = position.y + kShift;
         const std::int64_t left = std::clamp<std::int64_t>(x >> 32, 0, source.width - 1);
@@ -48,20 +52,28 @@ struct qv_BilinearKernel {
             source.pels + std::clamp<std::int64_t>(y >> 32, 0, source.height - 1) * source.rowUpdate;
         const unsigned char* lower =
             source.pels + std::clamp<std::int64_t>((y >> 32) + 1, 0, source.height - 1) * source.rowUpdate;
-        return mix(upper[left], upper[right], lower[left], lower[right], fraction(x), fraction(y));
+        return Weighting::mix(upper[left], upper[right], lower[left], lower[right], Weighting::fraction(x),
+                              Weighting::fraction(y));
     }
+};
 
- private:
+/// Positions and weights in 1/256 pel; the sum of pel * weight * weight is rounded half up.
+struct qv_RoundedWeighting {
+    using Value = std::uint32_t;
+    /// Half a pel towards the upper left neighbour's centre, and half a 1/256 to round.
+    static constexpr std::int64_t kShift = kFixedOne / 512 - kFixedOne / 2;
+
     /// 0 to 255, in 1/256 pel.
-    static std::uint32_t fraction(std::int64_t position) { return static_cast<std::uint32_t>(position) >> 24; }
+    static Value fraction(std::int64_t position) { return static_cast<std::uint32_t>(position) >> 24; }
 
-    static std::uint32_t mix(std::uint32_t upperLeft, std::uint32_t upperRight, std::uint32_t lowerLeft,
-                             std::uint32_t lowerRight, std::uint32_t fx, std::uint32_t fy) {
-        const std::uint32_t upper = upperLeft * (256 - fx) + upperRight * fx;
-        const std::uint32_t lower = lowerLeft * (256 - fx) + lowerRight * fx;
+    static Value mix(Value upperLeft, Value upperRight, Value lowerLeft, Value lowerRight, Value fx, Value fy) {
+        const Value upper = upperLeft * (256 - fx) + upperRight * fx;
+        const Value lower = lowerLeft * (256 - fx) + lowerRight * fx;
         return (upper * (256 - fy) + lower * fy + 32768) >> 16;
     }
 };
+
+using qv_BilinearKernel = qv_FourNeighbourKernel<qv_RoundedWeighting>;
 
 /// The pel that holds the position; on a border between pels the one that begins there.
 struct qv_NearestKernel {
