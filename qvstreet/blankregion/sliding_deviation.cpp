@@ -9,7 +9,8 @@
 //                sum over the L columns of a window is the difference of two running totals
 //     deviation  rowWeight * sqrt(sum N / S) / L + columnWeight * sqrt(sum Q / L) / S
 //
-// A row of positions where some number is negative, having wrapped, goes the literal way as a whole.
+// A row of positions where some number is negative, having wrapped, goes the literal way as a whole. Windows where nothing
+// can wrap have a faster way of their own.
 #include "qvstreet/blankregion/sliding_deviation.h"
 
 #include <algorithm>
@@ -19,7 +20,9 @@
 #include <cstring>
 #include <vector>
 
+#include "qvstreet/blankregion/literal_deviation.h"
 #include "qvstreet/blankregion/regional_images.h"
+#include "qvstreet/blankregion/small_window_deviation.h"
 
 #if defined(__SSE2__) || defined(_M_X64)
 #define QV_DEVIATION_LANES 1
@@ -29,72 +32,22 @@
 namespace {
 
 using Image = qvPelBuffer_const<unsigned char>;
+using Task = qv_DeviationTask;
 
 // Pels of a window up to which the sum of its radicands, each below (S + 1) * 2^31, is below 2^52 whatever the pels, so
 // that doubles hold it exactly.
 constexpr long kMostPels = 1L << 20;
 // Widths up to which the square of the width does not wrap.
 constexpr long kMostWidth = 46340;
-// The order of summation changes a sum by less than one part in 2^53 for each of at most kMostPels summands, and so a
-// deviation of 255 by less than 1e-7.
-constexpr double kDoubt = 1e-6;
 #if QV_DEVIATION_LANES
 // Floats keep one part in 2^24 in each of the four operations, which is 1e-4 at 255.
 constexpr float kFloatDoubt = 1e-3f;
-#endif
 // From here on the stored value is 255 however the sum was formed.
-constexpr double kSurelyMost = 255.5;
+constexpr float kSurelyMost = 255.5f;
+#endif
 constexpr std::size_t kGreyLevels = 256;
-// A single position costs a whole window by the literal form, a row of them only what slides; so a row with more doubtful
-// positions than this part of it is done as a whole.
-constexpr long kDoubtfulPart = 16;
 
 std::uint32_t square(std::uint32_t value) { return value * value; }
-
-/// The size of everything, and the asked weights.
-struct Task {
-    Image image;
-    long L;
-    long S;
-    std::int32_t scale;
-    double rowWeight;
-    double columnWeight;
-    long positions;
-};
-
-/// One row of positions: the first window as a whole, then four additions per window row and step. The deviations of the
-/// columns that stay are not touched; the entering one takes the place of the leaving one.
-void slideLiterally(const Task& task, long y, unsigned char* deviations) {
-    const long L = task.L;
-    const long S = task.S;
-    std::vector<double> columnDeviations(static_cast<std::size_t>(L), 0.0);
-    std::vector<std::uint32_t> rowSums(static_cast<std::size_t>(S), 0);
-    std::vector<std::uint32_t> rowSquareSums(static_cast<std::size_t>(S), 0);
-    const double first = windowDeviation(task.image, qvPelRect(0, y, L, S), columnDeviations, rowSums, rowSquareSums,
-                                         task.rowWeight, task.columnWeight);
-    deviations[0] = qf_deviationPel(first, task.scale);
-    for (long x = 1; x < task.positions; ++x) {
-        std::uint32_t sum = 0;
-        std::uint32_t squareSum = 0;
-        for (long r = 0; r < S; ++r) {
-            const std::uint32_t entering = *task.image.pointToPel(x + L - 1, y + r);
-            const std::uint32_t leaving = *task.image.pointToPel(x - 1, y + r);
-            const auto row = static_cast<std::size_t>(r);
-            rowSums[row] += entering - leaving;
-            rowSquareSums[row] += square(entering) - square(leaving);
-            sum += entering;
-            squareSum += square(entering);
-        }
-        // deliberate: the whole radicand wraps, unlike that of the first window; pinned by
-        // RegionalDeviationImage.FirstWindowAndSlidingWindowsWrapInTheirOwnWays
-        const std::int32_t radicand = qf_signed32(static_cast<std::uint32_t>(S) * squareSum - square(sum));
-        columnDeviations[static_cast<std::size_t>((x - 1) % L)] =
-            std::sqrt(static_cast<double>(radicand)) / static_cast<double>(S);
-        const double deviation =
-            combineDeviation(columnDeviations, rowSums, rowSquareSums, task.rowWeight, task.columnWeight);
-        deviations[x] = qf_deviationPel(deviation, task.scale);
-    }
-}
 
 /// The sums of the row numerators of the windows, one per position.
 ///
@@ -233,9 +186,13 @@ class ColumnRadicands {
 
     bool hasNegative() const { return hasNegative_; }
     const std::uint64_t* totals() const { return totals_.data(); }
-    double deviation(long column) const {
-        return std::sqrt(static_cast<double>(radicands_[static_cast<std::size_t>(column)])) /
-               static_cast<double>(task_.S);
+    /// Of the columns of the window at `x`, column c at c modulo L.
+    std::vector<double> deviations(long x) const {
+        std::vector<double> result(static_cast<std::size_t>(task_.L));
+        for (long c = x; c < x + task_.L; ++c)
+            result[static_cast<std::size_t>(c % task_.L)] =
+                std::sqrt(static_cast<double>(radicands_[static_cast<std::size_t>(c)])) / static_cast<double>(task_.S);
+        return result;
     }
 
  private:
@@ -246,46 +203,6 @@ class ColumnRadicands {
     std::vector<std::uint64_t> totals_;  // of the columns before, modulo 2^64
     bool hasNegative_ = false;
 };
-
-/// One position by the literal form. Sums of pels are the same in every order; the columns stand in the order that a
-/// sliding window leaves them in, column c at c modulo L.
-unsigned char literalPel(const Task& task, const ColumnRadicands& columns, long x, long y) {
-    std::vector<double> columnDeviations(static_cast<std::size_t>(task.L));
-    for (long c = x; c < x + task.L; ++c) columnDeviations[static_cast<std::size_t>(c % task.L)] = columns.deviation(c);
-    std::vector<std::uint32_t> rowSums;
-    std::vector<std::uint32_t> rowSquareSums;
-    for (long r = 0; r < task.S; ++r) {
-        const unsigned char* const pels = task.image.pointToPel(x, y + r);
-        std::uint32_t sum = 0;
-        std::uint32_t squareSum = 0;
-        for (long c = 0; c < task.L; ++c) {
-            sum += pels[c];
-            squareSum += square(pels[c]);
-        }
-        rowSums.push_back(sum);
-        rowSquareSums.push_back(squareSum);
-    }
-    return qf_deviationPel(
-        combineDeviation(columnDeviations, rowSums, rowSquareSums, task.rowWeight, task.columnWeight), task.scale);
-}
-
-/// Factors that turn the roots of the two sums into scaled deviations.
-struct Factors {
-    explicit Factors(const Task& task)
-        : row(task.scale * task.rowWeight / (static_cast<double>(task.L) * std::sqrt(static_cast<double>(task.S)))),
-          column(task.scale * task.columnWeight /
-                 (static_cast<double>(task.S) * std::sqrt(static_cast<double>(task.L)))) {}
-    double row;
-    double column;
-};
-
-/// Stores the pel of a scaled deviation, which is 0 exactly where both sums are. Returns whether it is in doubt.
-bool storePel(double scaled, unsigned char& pel) {
-    const double atMost = std::min(scaled, kSurelyMost);
-    pel = static_cast<unsigned char>(atMost);
-    const double nearest = std::floor(atMost + 0.5);
-    return std::abs(atMost - nearest) < kDoubt && atMost > 0.0;
-}
 
 #if QV_DEVIATION_LANES
 
@@ -300,13 +217,13 @@ __m128d twoColumnSums(const std::uint64_t* totals, long L) {
 __m128 asFloats(__m128d first, __m128d last) { return _mm_movelh_ps(_mm_cvtpd_ps(first), _mm_cvtpd_ps(last)); }
 
 /// Four pels by floats. Returns one bit for each that floats cannot decide.
-int storeFourPels(const Factors& factors, const double* rowSums, const std::uint64_t* totals, long L,
+int storeFourPels(const qv_DeviationFactors& factors, const double* rowSums, const std::uint64_t* totals, long L,
                   unsigned char* pels) {
     const __m128 rows = asFloats(_mm_loadu_pd(rowSums), _mm_loadu_pd(rowSums + 2));
     const __m128 columns = asFloats(twoColumnSums(totals, L), twoColumnSums(totals + 2, L));
     const __m128 scaled = _mm_add_ps(_mm_mul_ps(_mm_set1_ps(static_cast<float>(factors.row)), _mm_sqrt_ps(rows)),
                                      _mm_mul_ps(_mm_set1_ps(static_cast<float>(factors.column)), _mm_sqrt_ps(columns)));
-    const __m128 atMost = _mm_min_ps(scaled, _mm_set1_ps(static_cast<float>(kSurelyMost)));
+    const __m128 atMost = _mm_min_ps(scaled, _mm_set1_ps(kSurelyMost));
     const __m128i cut = _mm_cvttps_epi32(atMost);
     const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(cut, cut), cut);
     const std::int32_t four = _mm_cvtsi128_si32(bytes);
@@ -320,12 +237,12 @@ int storeFourPels(const Factors& factors, const double* rowSums, const std::uint
 #endif
 
 /// Fills one row of positions from the two sums, and appends the positions where the result is in doubt.
-void combineSums(const Factors& factors, const double* rowSums, const std::uint64_t* totals, long L, long positions,
-                 unsigned char* deviations, std::vector<long>& doubtful) {
+void combineSums(const qv_DeviationFactors& factors, const double* rowSums, const std::uint64_t* totals, long L,
+                 long positions, unsigned char* deviations, std::vector<long>& doubtful) {
     const auto inDoubles = [&](long x) {
         const double scaled = factors.row * std::sqrt(rowSums[x]) +
                               factors.column * std::sqrt(static_cast<double>(totals[x + L] - totals[x]));
-        if (storePel(scaled, deviations[x])) doubtful.push_back(x);
+        if (qf_storePel(scaled, deviations[x])) doubtful.push_back(x);
     };
     long x = 0;
 #if QV_DEVIATION_LANES
@@ -348,7 +265,7 @@ bool sumsAreExact(const Task& task) {
 void slideBySums(const Task& task, const qvPelBuffer<unsigned char>& deviations) {
     RowNumerators rows(task);
     ColumnRadicands columns(task);
-    const Factors factors(task);
+    const qv_DeviationFactors factors(task);
     std::vector<long> doubtful;
     for (long imageY = 0; imageY < task.image.height(); ++imageY) {
         rows.enter(imageY);
@@ -358,16 +275,16 @@ void slideBySums(const Task& task, const qvPelBuffer<unsigned char>& deviations)
         columns.form();
         unsigned char* const pels = deviations.pointToRow(y);
         if (rows.hasNegative() || columns.hasNegative()) {
-            slideLiterally(task, y, pels);
+            qf_slideLiterally(task, y, pels);
             continue;
         }
         doubtful.clear();
         combineSums(factors, rows.sums(), columns.totals(), task.L, task.positions, pels, doubtful);
-        if (static_cast<long>(doubtful.size()) > task.positions / kDoubtfulPart) {
-            slideLiterally(task, y, pels);
+        if (qf_isMostlyDoubtful(doubtful.size(), task.positions)) {
+            qf_slideLiterally(task, y, pels);
             continue;
         }
-        for (const long x : doubtful) pels[x] = literalPel(task, columns, x, y);
+        for (const long x : doubtful) pels[x] = qf_literalPel(task, columns.deviations(x), x, y);
     }
 }
 
@@ -376,9 +293,13 @@ void slideBySums(const Task& task, const qvPelBuffer<unsigned char>& deviations)
 void qf_slidingDeviation(const Image& image, long L, long S, std::int32_t scale, double rowWeight,
                          const qvPelBuffer<unsigned char>& deviations) {
     const Task task = {image, L, S, scale, rowWeight, 1.0 - rowWeight, deviations.width()};
+    if (qf_isSmallWindow(task)) {
+        qf_slideSmallWindow(task, deviations);
+        return;
+    }
     if (sumsAreExact(task)) {
         slideBySums(task, deviations);
         return;
     }
-    for (long y = 0; y < deviations.height(); ++y) slideLiterally(task, y, deviations.pointToRow(y));
+    for (long y = 0; y < deviations.height(); ++y) qf_slideLiterally(task, y, deviations.pointToRow(y));
 }

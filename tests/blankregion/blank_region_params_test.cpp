@@ -6,8 +6,11 @@
 #include <string>
 #include <type_traits>
 
+#include "tests/support/refusal.h"
+
 namespace {
 
+using qvtest::refusalOf;
 using Defs = qvStreetBlankRegionFinderDefs;
 using Params = qvStreetBlankRegionFinderParams;
 
@@ -30,25 +33,16 @@ std::vector<double> ramp() {
 /// Unequal numbers, so that a mix-up shows.
 Params sample() { return Params(21, 64, 5, ramp(), Defs::eVertical); }
 
-template <class Call>
-std::wstring badParamsOf(Call&& call) {
-    try {
-        call();
-    } catch (const Defs::BadParams& error) {
-        return error.message();
-    }
-    return L"accepted";
-}
-
 std::wstring constructorVerdict(long width, long length, long number, const std::vector<double>& weights,
                                 int direction) {
-    return badParamsOf([&] { Params(width, length, number, weights, static_cast<Defs::streetDirection>(direction)); });
+    return refusalOf<Defs::BadParams>(
+        [&] { Params(width, length, number, weights, static_cast<Defs::streetDirection>(direction)); });
 }
 
 /// What the setter says to the weights, on an object that must not change if it refuses.
 std::wstring filterVerdict(std::vector<double> weights) {
     Params params = sample();
-    const std::wstring verdict = badParamsOf([&] { params.greyLevelScoringFilter(weights); });
+    const std::wstring verdict = refusalOf<Defs::BadParams>([&] { params.greyLevelScoringFilter(weights); });
     if (verdict != L"accepted") {
         EXPECT_TRUE(params == sample());
     }
@@ -104,9 +98,9 @@ TEST(BlankRegionParams, SettersStoreValuesAboveZero) {
 TEST(BlankRegionParams, SettersRefuseZeroAndLessAndKeepTheFormerValue) {
     Params params = sample();
     for (const long value : {0L, -1L, -4294967295L}) {
-        EXPECT_EQ(badParamsOf([&] { params.streetWidthPels(value); }), widthText);
-        EXPECT_EQ(badParamsOf([&] { params.minLengthPels(value); }), lengthText);
-        EXPECT_EQ(badParamsOf([&] { params.numResults(value); }), numberText);
+        EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.streetWidthPels(value); }), widthText);
+        EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.minLengthPels(value); }), lengthText);
+        EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.numResults(value); }), numberText);
     }
     EXPECT_TRUE(params == sample());
 }
@@ -123,8 +117,10 @@ TEST(BlankRegionParams, ValueBeyond32BitsCountsAsTheLimit) {
 
 TEST(BlankRegionParams, DirectionOutsideTheEnumerationIsRefusedWithTheClassNameInFull) {
     Params params = sample();
-    EXPECT_EQ(badParamsOf([&] { params.direction(static_cast<Defs::streetDirection>(2)); }), directionText);
-    EXPECT_EQ(badParamsOf([&] { params.direction(static_cast<Defs::streetDirection>(-1)); }), directionText);
+    EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.direction(static_cast<Defs::streetDirection>(2)); }),
+              directionText);
+    EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.direction(static_cast<Defs::streetDirection>(-1)); }),
+              directionText);
     EXPECT_EQ(params.direction(), Defs::eVertical);
 }
 

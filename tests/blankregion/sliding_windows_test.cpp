@@ -4,6 +4,7 @@
 #include <string>
 
 #include "qvstreet/blankregion/regional_images.h"
+#include "qvstreet/platform/instruction_set.h"
 #include "tests/support/noise_image.h"
 #include "tests/support/slow_regional_images.h"
 
@@ -54,15 +55,37 @@ qvtest::SlowImage rowsOf(const Image& image) {
     return rows;
 }
 
-void expectBothImagesByTheBook(const Image& image, long L, long S, const std::string& what) {
-    Image result;
-    computeForegroundImage(image, L, S, result);
-    EXPECT_EQ(rowsOf(result), qvtest::slowForegroundImage(image, L, S)) << what;
-    for (const double rowWeight : {0.8, 0.0, 1.0}) {
-        const int scale = rowWeight == 1.0 ? 1 : 10;
-        computeRegionalDeviationImage(image, L, S, result, scale, rowWeight);
-        EXPECT_EQ(rowsOf(result), qvtest::slowDeviationImage(image, L, S, scale, rowWeight)) << what << rowWeight;
+/// Runs `check` with each version of the kernels that this machine has.
+template <class Check>
+void forEachVersion(const Check& check) {
+    const qv_InstructionSet before = qf_instructionSet();
+    for (int set = 0; set <= static_cast<int>(qf_bestInstructionSet()); ++set) {
+        qf_useInstructionSet(static_cast<qv_InstructionSet>(set));
+        SCOPED_TRACE(qf_instructionSetName(qf_instructionSet()));
+        check();
     }
+    qf_useInstructionSet(before);
+}
+
+void expectDeviationImageByTheBook(const Image& image, long L, long S, int scale, double rowWeight,
+                                   const std::string& what) {
+    const qvtest::SlowImage expected = qvtest::slowDeviationImage(image, L, S, scale, rowWeight);
+    forEachVersion([&] {
+        Image result;
+        computeRegionalDeviationImage(image, L, S, result, scale, rowWeight);
+        EXPECT_EQ(rowsOf(result), expected) << what << rowWeight;
+    });
+}
+
+void expectBothImagesByTheBook(const Image& image, long L, long S, const std::string& what) {
+    const qvtest::SlowImage expected = qvtest::slowForegroundImage(image, L, S);
+    forEachVersion([&] {
+        Image result;
+        computeForegroundImage(image, L, S, result);
+        EXPECT_EQ(rowsOf(result), expected) << what;
+    });
+    for (const double rowWeight : {0.8, 0.0, 1.0})
+        expectDeviationImageByTheBook(image, L, S, rowWeight == 1.0 ? 1 : 10, rowWeight, what);
 }
 
 /// Windows of random size up to `mostL` by `mostS` with up to `spare` further columns and rows.
@@ -142,7 +165,30 @@ TEST(SlidingWindows, WindowsOfAMillionPelsEqualTheBook) {
     expectBothImagesByTheBook(imageOf(7, 1102, 1001, noise), 1100, 1000, "million ");
 }
 
-TEST(SlidingWindows, ImageTooWideForColumnHistogramsEqualsTheBook) {
+TEST(SlidingWindows, VeryWideImageEqualsTheBook) {
     Noise noise(12);
     expectBothImagesByTheBook(imageOf(0, 263000, 2, noise), 3, 2, "wide ");
+}
+
+TEST(SlidingWindows, DeviationsOfTheLargestWindowsThatKernelsTakeEqualTheBook) {
+    Noise noise(13);
+    for (int kind = 0; kind < kKinds; ++kind) {
+        const Image image = imageOf(kind, 261, 133, noise);
+        for (const long L : {127L, 128L, 129L})
+            for (const long S : {127L, 128L, 129L})
+                expectDeviationImageByTheBook(image, L, S, 10, 0.8,
+                                              std::to_string(kind) + " " + std::to_string(L) + " ");
+    }
+}
+
+TEST(SlidingWindows, DeviationsOfStripsWithTheUsualWindowEqualTheBook) {
+    Noise noise(14);
+    for (int kind = 0; kind < kKinds; ++kind)
+        expectDeviationImageByTheBook(imageOf(kind, 611, 79, noise), 64, 75, 10, 0.8, "kind " + std::to_string(kind));
+}
+
+TEST(SlidingWindows, DeviationsOfImagesOfManyThousandRowsEqualTheBook) {
+    Noise noise(15);
+    for (const int kind : {0, 5})
+        expectDeviationImageByTheBook(imageOf(kind, 45, 9001, noise), 7, 11, 10, 0.8, "high ");
 }

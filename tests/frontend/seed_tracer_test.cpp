@@ -297,10 +297,10 @@ TEST(SeedTracer, TwoImagesHaveOneSize) {
 
 namespace {
 
-/// The first column of the one line that `searchedResponse` gives on three responses whose ridges of row 4 begin at
-/// column 2 (magnitude), 4 (imaginary) and 6 (real) and go on to column 16.
-double firstColumn(long searchedResponse, double imaginaryValue, double realValue) {
-    const auto magnitude = levelRidge(22, 9, 4, 2, 16);
+/// The first column of the one line that `searchedResponse` gives, along a ridge of row 4 that begins at column 4
+/// (imaginary) and 6 (real) and goes on to column 16.
+double firstColumnOf(const qvPelBuffer<double>& magnitude, long searchedResponse, double imaginaryValue,
+                     double realValue) {
     const auto imaginary = filled(22, 9, 0.0);
     addRidge(imaginary, 4, 4, 16, imaginaryValue);
     const auto real = filled(22, 9, 0.0);
@@ -308,6 +308,18 @@ double firstColumn(long searchedResponse, double imaginaryValue, double realValu
     const auto lines = extracted(imaginary, real, magnitude, searchedResponse, extractionAlong(kRightwards));
     EXPECT_EQ(lines.size(), 1u);
     return lines.empty() ? -1.0 : lines[0].points.front().x();
+}
+
+/// In the magnitude the ridge begins at column 2.
+double firstColumn(long searchedResponse, double imaginaryValue, double realValue) {
+    return firstColumnOf(levelRidge(22, 9, 4, 2, 16), searchedResponse, imaginaryValue, realValue);
+}
+
+/// The magnitude is one spot at column 10, the only seed.
+double firstColumnFromTheMiddle(long searchedResponse, double imaginaryValue, double realValue) {
+    const auto magnitude = filled(22, 9, 0.0);
+    magnitude.put(10, 4, 100.0);
+    return firstColumnOf(magnitude, searchedResponse, imaginaryValue, realValue);
 }
 
 }  // namespace
@@ -319,23 +331,6 @@ TEST(SeedTracer, OneResponseIsSearchedAndTraced) {
     EXPECT_EQ(firstColumn(9, 90.0, 80.0), 2.0);
     EXPECT_EQ(firstColumn(-1, 90.0, 80.0), 2.0);
 }
-
-namespace {
-
-/// The same with a spot at column 10 that makes it the one seed of the magnitude.
-double firstColumnFromTheMiddle(long searchedResponse, double imaginaryValue, double realValue) {
-    const auto magnitude = filled(22, 9, 0.0);
-    magnitude.put(10, 4, 100.0);
-    const auto imaginary = filled(22, 9, 0.0);
-    addRidge(imaginary, 4, 4, 16, imaginaryValue);
-    const auto real = filled(22, 9, 0.0);
-    addRidge(real, 4, 6, 16, realValue);
-    const auto lines = extracted(imaginary, real, magnitude, searchedResponse, extractionAlong(kRightwards));
-    EXPECT_EQ(lines.size(), 1u);
-    return lines.empty() ? -1.0 : lines[0].points.front().x();
-}
-
-}  // namespace
 
 TEST(SeedTracer, MagnitudeIsSearchedAndAnotherResponseTraced) {
     // The traced response need not reach the threshold of the seeds.

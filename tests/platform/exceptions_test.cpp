@@ -10,31 +10,13 @@
 
 // Included last: the exceptions must be complete without it.
 #include "qvstreet/platform/archive.h"
+#include "tests/support/stored_bytes.h"
 
 namespace {
 
-template <class Class>
-std::string storedBytes(const Class& object) {
-    std::ostringstream stream;
-    qvArchive archive(stream);
-    archive << object;
-    return stream.str();
-}
-
-/// The exception that loading `bytes` in place of `object` throws; empty name if none.
-template <class Class>
-std::string classOfUnknownVersion(const std::string& bytes) {
-    std::istringstream stream(bytes);
-    qvArchive archive(stream);
-    Class object;
-    try {
-        archive >> object;
-    } catch (const qvArchive::UnknownVersion& error) {
-        EXPECT_EQ(error.version(), 0);
-        return error.className();
-    }
-    return "";
-}
+using qvtest::storedBytes;
+using qvtest::throughArchive;
+using qvtest::unknownVersionOf;
 
 /// What every class that is thrown must do, whether it has a message or not.
 template <class Class, class Base>
@@ -54,21 +36,14 @@ void expectConcreteClass(const std::string& name, long number) {
     qvException* heldAsRoot = new Class;
     EXPECT_THROW(heldAsRoot->suicideAndRethrow(), Base);
 
-    std::ostringstream out;
-    qvArchive storing(out);
-    storing << &error;
-    std::istringstream in(out.str());
-    qvArchive loading(in);
-    qvPersistent* loaded = nullptr;
-    loading >> loaded;
-    const std::unique_ptr<qvPersistent> owner(loaded);
-    const auto* exception = dynamic_cast<const Class*>(loaded);
+    const std::unique_ptr<qvPersistent> loaded = throughArchive(error);
+    const auto* exception = dynamic_cast<const Class*>(loaded.get());
     ASSERT_NE(exception, nullptr);
     EXPECT_EQ(exception->errorNumber(), number);
 
     std::string versionOne = storedBytes(error);
     versionOne[0] = 1;
-    EXPECT_EQ(classOfUnknownVersion<Class>(versionOne), name);
+    EXPECT_EQ(unknownVersionOf<Class>(versionOne), name + " 0");
 }
 
 /// On top, for the classes with a message.
@@ -137,28 +112,28 @@ TEST(Exceptions, FilterErrorsCarryNoMessage) {
 
 TEST(Exceptions, VersionOneIsReportedForEachLevelOfTheChain) {
     const std::string whole = storedBytes(qvPel::BadSize(L"a"));
-    const std::string expected[] = {"qvPel::BadSize", "qvPel::Errors", "qvExceptionWithString"};
+    const std::string expected[] = {"qvPel::BadSize 0", "qvPel::Errors 0", "qvExceptionWithString 0"};
     for (std::size_t level = 0; level < 3; ++level) {
         std::string bytes = whole;
         bytes[level] = 1;
-        EXPECT_EQ(classOfUnknownVersion<qvPel::BadSize>(bytes), expected[level]);
+        EXPECT_EQ(unknownVersionOf<qvPel::BadSize>(bytes), expected[level]);
     }
     // The root's version byte is the last: behind three version bytes, the length and one character.
     ASSERT_EQ(whole.size(), 12U);
     std::string bytes = whole;
     bytes[11] = 1;
-    EXPECT_EQ(classOfUnknownVersion<qvPel::BadSize>(bytes), "qvException");
+    EXPECT_EQ(unknownVersionOf<qvPel::BadSize>(bytes), "qvException 0");
 
     std::string filter = storedBytes(qvFiltErr::BadFilterSize());
     filter[1] = 1;
-    EXPECT_EQ(classOfUnknownVersion<qvFiltErr::BadFilterSize>(filter), "qvFiltErr::Errors");
+    EXPECT_EQ(unknownVersionOf<qvFiltErr::BadFilterSize>(filter), "qvFiltErr::Errors 0");
 }
 
 TEST(Exceptions, AnyVersionButZeroIsUnknown) {
     for (const int version : {2, 127, 128, 255}) {
         std::string bytes = storedBytes(qvPel::BadSize());
         bytes[0] = static_cast<char>(version);
-        EXPECT_EQ(classOfUnknownVersion<qvPel::BadSize>(bytes), "qvPel::BadSize") << version;
+        EXPECT_EQ(unknownVersionOf<qvPel::BadSize>(bytes), "qvPel::BadSize 0") << version;
     }
 }
 

@@ -9,36 +9,19 @@
 #include <type_traits>
 #include <typeinfo>
 
+#include "tests/support/stored_bytes.h"
+
 namespace {
 
 using Defs = qvStreetFinderDefs;
+using qvtest::storedBytes;
+using qvtest::throughArchive;
+using qvtest::unknownVersionOf;
 
 std::string bytesOf(std::initializer_list<int> values) {
     std::string bytes;
     for (const int value : values) bytes.push_back(static_cast<char>(value));
     return bytes;
-}
-
-template <class Class>
-std::string storedBytes(const Class& object) {
-    std::ostringstream stream;
-    qvArchive archive(stream);
-    archive << object;
-    return stream.str();
-}
-
-/// Class name and version of the `UnknownVersion` that loading throws.
-template <class Class>
-std::string unknownVersionOf(const std::string& bytes) {
-    std::istringstream stream(bytes);
-    qvArchive archive(stream);
-    Class object;
-    try {
-        archive >> object;
-    } catch (const qvArchive::UnknownVersion& error) {
-        return error.className() + " " + std::to_string(error.version());
-    }
-    return "";
 }
 
 int destroyed = 0;
@@ -181,15 +164,8 @@ TEST(StreetFinderErrors, VersionOneIsRefusedWithTheNameOfItsClass) {
 
 TEST(StreetFinderErrors, RoundTripByPointerKeepsTypeAndForeignMessage) {
     const Defs::UnboundImage error(L"\u00dcnbound \u8857\U0001F6E3");
-    std::ostringstream out;
-    qvArchive storing(out);
-    storing << &error;
-    std::istringstream in(out.str());
-    qvArchive loading(in);
-    qvPersistent* loaded = nullptr;
-    loading >> loaded;
-    const std::unique_ptr<qvPersistent> owner(loaded);
-    const auto* exception = dynamic_cast<const qvExceptionWithString*>(loaded);
+    const std::unique_ptr<qvPersistent> loaded = throughArchive(error);
+    const auto* exception = dynamic_cast<const qvExceptionWithString*>(loaded.get());
     ASSERT_NE(exception, nullptr);
     EXPECT_EQ(typeid(*exception), typeid(Defs::UnboundImage));
     EXPECT_EQ(exception->message(), L"\u00dcnbound \u8857\U0001F6E3");
@@ -197,13 +173,7 @@ TEST(StreetFinderErrors, RoundTripByPointerKeepsTypeAndForeignMessage) {
 
 TEST(StreetFinderErrors, LoadedExceptionCanBeThrownFromTheHeap) {
     const Defs::BadParams error(L"edges sharpness must be positive.");
-    std::ostringstream out;
-    qvArchive storing(out);
-    storing << &error;
-    std::istringstream in(out.str());
-    qvArchive loading(in);
-    qvPersistent* loaded = nullptr;
-    loading >> loaded;
+    qvPersistent* const loaded = throughArchive(error).release();
     try {
         dynamic_cast<qvException&>(*loaded).suicideAndRethrow();
         FAIL();

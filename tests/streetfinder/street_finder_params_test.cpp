@@ -6,8 +6,11 @@
 #include <string>
 #include <type_traits>
 
+#include "tests/support/refusal.h"
+
 namespace {
 
+using qvtest::refusalOf;
 using Defs = qvStreetFinderDefs;
 using Pair = qvPair<double>;
 
@@ -36,18 +39,8 @@ struct Arguments {
     }
 };
 
-template <class Call>
-std::wstring badParamsOf(Call&& call) {
-    try {
-        call();
-    } catch (const Defs::BadParams& error) {
-        return error.message();
-    }
-    return L"accepted";
-}
-
 std::wstring verdict(const Arguments& arguments) {
-    return badParamsOf([&] { arguments.build(); });
+    return refusalOf<Defs::BadParams>([&] { arguments.build(); });
 }
 
 /// What the constructor says to these widths; everything else is fine.
@@ -62,7 +55,7 @@ std::wstring constructorVerdict(const Pair& width, const Pair& rangeX, const Pai
 /// The same of the setter, which must have the same tests.
 std::wstring setterVerdict(const Pair& width, const Pair& rangeX, const Pair& rangeY) {
     qvStreetFinderParams params;
-    return badParamsOf([&] { params.nominalStreetWidth(width, rangeX, rangeY); });
+    return refusalOf<Defs::BadParams>([&] { params.nominalStreetWidth(width, rangeX, rangeY); });
 }
 
 void expectBothSay(const std::wstring& text, const Pair& width, const Pair& rangeX, const Pair& rangeY) {
@@ -235,7 +228,7 @@ TEST(StreetFinderParams, EdgeSharpnessMustBeAboveZero) {
         arguments.edgeSharpness = bad;
         EXPECT_EQ(verdict(arguments), sharpnessText) << bad;
         qvStreetFinderParams params;
-        EXPECT_EQ(badParamsOf([&] { params.edgeSharpness(bad); }), sharpnessText) << bad;
+        EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.edgeSharpness(bad); }), sharpnessText) << bad;
         EXPECT_EQ(params.edgeSharpness(), 5.0) << bad;
     }
     qvStreetFinderParams params;
@@ -246,7 +239,7 @@ TEST(StreetFinderParams, EdgeSharpnessMustBeAboveZero) {
 TEST(StreetFinderParams, RunModeMustNotBeSpecial) {
     qvStreetFinderParams params;
     params.runMode(Defs::eCoarseRidgeWafer);
-    EXPECT_EQ(badParamsOf([&] { params.runMode(Defs::eSpecial); }), runModeText);
+    EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.runMode(Defs::eSpecial); }), runModeText);
     EXPECT_EQ(params.runMode(), Defs::eCoarseRidgeWafer);
 }
 
@@ -265,7 +258,7 @@ TEST(StreetFinderParams, MaxResultsSetterHasItsOwnMessage) {
     for (const long bad : {0L, -1L, -5000000000L, std::numeric_limits<long>::min()}) {
         qvStreetFinderParams params;
         params.maxResults(4);
-        EXPECT_EQ(badParamsOf([&] { params.maxResults(bad); }), L"maxResults is not positive") << bad;
+        EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.maxResults(bad); }), L"maxResults is not positive") << bad;
         EXPECT_EQ(params.maxResults(), 4) << bad;
         Arguments arguments;
         arguments.maxResults = bad;
