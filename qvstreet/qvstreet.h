@@ -1,6 +1,6 @@
 /// @file
 /// Everything a host needs: the street finder, the blank region finder, and the images, geometry, errors and text they
-/// are spoken to in.
+/// are spoken to in, and what shows what they did.
 #ifndef QVSTREET_QVSTREET_H
 #define QVSTREET_QVSTREET_H
 
@@ -10,6 +10,8 @@
 #include "qvstreet/blankregion/blank_region_results.h"
 #include "qvstreet/platform/archive.h"
 #include "qvstreet/platform/caliper.h"
+#include "qvstreet/platform/diagnostics.h"
+#include "qvstreet/platform/display.h"
 #include "qvstreet/platform/exceptions.h"
 #include "qvstreet/platform/export.h"
 #include "qvstreet/platform/frames.h"
@@ -20,6 +22,7 @@
 #include "qvstreet/platform/sampling.h"
 #include "qvstreet/platform/text.h"
 #include "qvstreet/platform/timer.h"
+#include "qvstreet/streetfinder/street_drawing.h"
 #include "qvstreet/streetfinder/street_finder.h"
 #include "qvstreet/streetfinder/street_finder_defs.h"
 #include "qvstreet/streetfinder/street_finder_params.h"

@@ -2,8 +2,8 @@
 
 # What a build of the library and the command needs.
 QV_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libpng-dev libtiff-dev libturbojpeg0-dev libcli11-dev nlohmann-json3-dev)
-# What the tests need on top.
-QV_TEST_PACKAGES=(libgtest-dev locales)
+# What the tests need on top. Octave reads the trace, Chromium opens the report; without them those tests are skipped.
+QV_TEST_PACKAGES=(libgtest-dev locales octave chromium chromium-driver python3)
 # What the benchmarks need on top; OpenCV is the yardstick that our times are put beside.
 QV_BENCH_PACKAGES=(libbenchmark-dev libopencv-dev)
 

@@ -27,6 +27,8 @@ constexpr long kMaxStreetLength = 65536;
 // Room for 256 numbers of 17 digits many times over; an endless device ends here.
 constexpr std::size_t kMaxWeightsBytes = std::size_t{1} << 20;
 
+constexpr std::uint32_t kEveryStage = qvDiagDefs::eInput | qvDiagDefs::eResults | qvDiagDefs::eIntermediate;
+
 constexpr const char* kAllowedWeights = "allowed are 256 numbers from 0 to 1, separated by white space";
 
 std::string sizeOf(const GreyImage& image) {
@@ -117,12 +119,13 @@ BlankRegion regionOf(const qvStreetBlankRegionFinderResult& result) {
     return region;
 }
 
-void search(const BlankInputs& inputs, const GreyImage& image, ImageReport& report) {
+void search(const BlankInputs& inputs, const GreyImage& image, ImageReport& report, qvDiagObject* records) {
     qvStreetBlankRegionFinderResultSet found;
     if (inputs.mask) {
-        qfStreetBlankRegionFinderRun(bufferOf(image), bufferOf(*inputs.mask), inputs.params, found, nullptr, 0);
+        qfStreetBlankRegionFinderRun(bufferOf(image), bufferOf(*inputs.mask), inputs.params, found, records,
+                                     kEveryStage);
     } else {
-        qfStreetBlankRegionFinderRun(bufferOf(image), inputs.params, found, nullptr, 0);
+        qfStreetBlankRegionFinderRun(bufferOf(image), inputs.params, found, records, kEveryStage);
     }
     std::vector<BlankRegion> regions;
     for (const qvStreetBlankRegionFinderResult& result : found.results()) regions.push_back(regionOf(result));
@@ -158,7 +161,8 @@ BlankInputs loadBlankInputs(const CommandOptions& options) {
     return BlankInputs{std::move(params), maskOf(options)};
 }
 
-void runBlank(const CommandOptions& options, const BlankInputs& inputs, const GreyImage& image, ImageReport& report) {
+void runBlank(const CommandOptions& options, const BlankInputs& inputs, const GreyImage& image, ImageReport& report,
+              qvDiagObject* records) {
     const bool vertical = options.direction == Direction::vertical;
     if ((vertical ? image.height : image.width) > kMaxStreetLength) {
         throw Refusal("is too large for the finder (the image has " + sizeOf(image) + "; allowed are up to " +
@@ -166,7 +170,7 @@ void runBlank(const CommandOptions& options, const BlankInputs& inputs, const Gr
     }
     const std::string refused = "was refused by the finder: ";
     try {
-        search(inputs, image, report);
+        search(inputs, image, report, records);
     } catch (const qvStreetBlankRegionFinderDefs::BadParams& error) {
         throw Refusal(refused + error.what() + maskNote(options, inputs, image));
     } catch (const qvPel::SizeMismatch& error) {

@@ -4,6 +4,7 @@
 #define QVSTREET_TOOLS_BLANK_RUN_H
 
 #include "qvstreet/blankregion/blank_region_params.h"
+#include "qvstreet/platform/diagnostics.h"
 #include "tools/command_line.h"
 #include "tools/grey_image.h"
 #include "tools/report.h"
@@ -31,8 +32,10 @@ struct BlankInputs {
 BlankInputs loadBlankInputs(const CommandOptions& options);
 
 /// Searches the image, which is read in place, and adds regions and time to the report.
+/// @param records  gets what the stages record, if they are asked to; null for no recording
 /// @throws Refusal for every failure of the finder; the report then has no list
-void runBlank(const CommandOptions& options, const BlankInputs& inputs, const GreyImage& image, ImageReport& report);
+void runBlank(const CommandOptions& options, const BlankInputs& inputs, const GreyImage& image, ImageReport& report,
+              qvDiagObject* records);
 
 }  // namespace qvtool
 

@@ -22,10 +22,11 @@ struct RawOptions {
     std::optional<Interval> rangeX;
     std::optional<Interval> rangeY;
     std::string overlay;
+    std::string report;
 };
 
 /// The subcommands that have an option.
-enum class Users { finder, blank, all };
+enum class Users { finder, blank, pages, all };
 
 struct OptionSpec {
     Users users;
@@ -140,6 +141,16 @@ bool applyOverlay(std::string_view text, RawOptions& raw) {
     return isOverlayPath(raw.overlay);
 }
 
+bool applyReport(std::string_view text, RawOptions& raw) {
+    raw.report = text;
+    return isReportPath(raw.report);
+}
+
+bool applyTrace(std::string_view text, RawOptions& raw) {
+    raw.options.trace = text;
+    return !text.empty();
+}
+
 constexpr const char* kPositiveWhole = "a whole number from 1 to 2147483647";
 
 constexpr OptionSpec kOptions[] = {
@@ -152,6 +163,9 @@ constexpr OptionSpec kOptions[] = {
      applyMask},
     {Users::blank, "--grey-weights", "FILE", "weights of the 256 mean grey levels, each 0 to 1 (default 1)",
      "a file of 256 numbers from 0 to 1, separated by white space", applyGreyWeights},
+    {Users::pages, "--report", "FILE",
+     "page that shows every stage, .html; {name}, {n} for several images; inspect requires it",
+     "a file name that ends in .html", applyReport},
     {Users::finder, "--mode", "MODE", "how streets show: edge (default; pairs of edges), ridge or coarse (lines)",
      "edge, ridge or coarse", applyMode},
     {Users::finder, "--width", "X[,Y]", "nominal street width, client units (default 10)",
@@ -171,6 +185,8 @@ constexpr OptionSpec kOptions[] = {
      "a file name, or - for standard output", applyJson},
     {Users::all, "--overlay", "FILE", "picture of the results, .svg or .png; {name}, {n} for several images",
      "a file name that ends in .svg or .png", applyOverlay},
+    {Users::finder, "--trace", "PATH", "every candidate that find --mode edge weighs, as text in PATH.trace",
+     "a path in an existing folder, without .trace", applyTrace},
 };
 
 constexpr const char* kSeeHelp = " (see qvstreet --help)";
@@ -200,6 +216,11 @@ const char* examplesOf(Subcommand subcommand) {
             return "Examples:\n"
                    "  qvstreet angles wafer.png\n"
                    "  qvstreet angles --max 4 --client 0.5,0,0,0.5,0,0 wafer.png\n";
+        case Subcommand::inspect:
+            return "Examples:\n"
+                   "  qvstreet inspect --width 20 --report wafer.html wafer.png\n"
+                   "  qvstreet inspect --mode coarse --report 'pages/{name}.html' lot/*.png\n"
+                   "It takes the options of find, and writes JSON only where --json asks for it.\n";
         case Subcommand::blank:
             break;
     }
@@ -225,11 +246,22 @@ constexpr std::pair<Subcommand, const char*> kSubcommands[] = {
     {Subcommand::find, "Find street crossings"},
     {Subcommand::streets, "Find single streets"},
     {Subcommand::angles, "Find the dominant angles, with their scores"},
+    {Subcommand::inspect, "Find crossings and streets, and show every stage on a page"},
     {Subcommand::blank, "Find the longest blank stretches in images of one street"},
 };
 
 bool offers(Subcommand subcommand, const OptionSpec& spec) {
-    return spec.users == Users::all || (spec.users == Users::blank) == (subcommand == Subcommand::blank);
+    switch (spec.users) {
+        case Users::finder:
+            return subcommand != Subcommand::blank;
+        case Users::blank:
+            return subcommand == Subcommand::blank;
+        case Users::pages:
+            return subcommand == Subcommand::blank || subcommand == Subcommand::inspect;
+        case Users::all:
+            break;
+    }
+    return true;
 }
 
 /// The declared program with a place for the text of each option.
@@ -301,7 +333,7 @@ std::string valueMissing(const OptionSpec& spec) {
 std::string describeParseError(const Program& program, const std::vector<std::string>& arguments,
                                const CLI::ParseError& error) {
     const std::vector<CLI::App*> chosen = program.app.get_subcommands();
-    const std::string allowed = "; allowed are find, streets, angles and blank";
+    const std::string allowed = "; allowed are find, streets, angles, inspect and blank";
     if (arguments.empty()) return "no subcommand was given" + allowed;
     const bool option = arguments[0].size() > 1 && arguments[0][0] == '-';
     if (chosen.empty() || option) {
@@ -408,6 +440,7 @@ ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     const CLI::App* chosen = program.app.get_subcommands().front();
     RawOptions raw;
     raw.options.subcommand = subcommandNamed(chosen->get_name()).value_or(Subcommand::find);
+    if (raw.options.subcommand == Subcommand::inspect) raw.options.json.clear();
     if (const auto unknown = takeImages(chosen->remaining(), raw.options.images)) {
         return wrong(inQuotes(*unknown) + " is not an option; allowed are " + optionNames(raw.options.subcommand));
     }
@@ -422,7 +455,12 @@ ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     if (const std::string message = settleRanges(raw); !message.empty()) return wrong(message);
     if (const std::string message = settleLengths(raw.options); !message.empty()) return wrong(message);
     if (raw.options.images.empty()) return wrong("no image was given; allowed is one or more image files");
-    if (const std::string message = settleOutputs(raw.overlay, raw.options); !message.empty()) return wrong(message);
+    if (raw.options.subcommand == Subcommand::inspect && raw.report.empty()) {
+        return wrong("--report: is required by inspect; allowed is a file name that ends in .html");
+    }
+    if (const std::string message = settleOutputs(raw.overlay, raw.report, raw.options); !message.empty()) {
+        return wrong(message);
+    }
 
     ParsedCommandLine parsed;
     parsed.run = true;

@@ -47,8 +47,10 @@ struct CommandOptions {
     Direction direction = Direction::horizontal;
     std::string mask;                   ///< `blank` only; empty: no mask
     std::string greyWeights;            ///< `blank` only; empty: all weights 1
-    std::string json = "-";             ///< "-" is standard output
+    std::string json = "-";             ///< "-" is standard output; empty: none, as `inspect` has it by itself
+    std::string trace;                  ///< the trace is the file of this name and ".trace"; empty: none
     std::vector<std::string> overlays;  ///< one path per image, or none
+    std::vector<std::string> reports;   ///< likewise, of pages
 };
 
 /// A parsed call: either options to run, or text to print and a status to end with.

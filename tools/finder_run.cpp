@@ -4,7 +4,9 @@
 #include "qvstreet/qvstreet.h"
 #include "qvstreet/streetfinder/street_finder_access.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
+#include "tools/sketch_results.h"
 #include "tools/text.h"
+#include "tools/trace_file.h"
 
 #include <cmath>
 #include <new>
@@ -38,20 +40,6 @@ qvStreetFinderDefs::streetPolarity polarityOf(Polarity polarity) {
             break;
     }
     return qvStreetFinderDefs::eLightOnDark;
-}
-
-qvStreetFinderParams paramsOf(const CommandOptions& options) {
-    return qvStreetFinderParams(qvPair<double>(options.widthX, options.widthY),
-                                qvPair<double>(options.rangeX.low, options.rangeX.high),
-                                qvPair<double>(options.rangeY.low, options.rangeY.high), runModeOf(options.mode),
-                                options.sharpness, polarityOf(options.polarity), options.maxResults);
-}
-
-qvPelBuffer_const<unsigned char> bufferOf(const GreyImage& image, const std::array<double, 6>& client) {
-    qvPelBuffer_const<unsigned char> buffer(image.pels.data(), image.width, image.height, image.width);
-    buffer.clientFromImageXform(
-        qvXform<2>(qvMatrix<2>(client[0], client[1], client[2], client[3]), qvVector<2>(client[4], client[5])));
-    return buffer;
 }
 
 Position positionOf(const qvVector<2>& v) { return {v.x(), v.y()}; }
@@ -88,17 +76,7 @@ Street streetOf(const qvStreetFinderSingleStreetResult& result) {
     return street;
 }
 
-std::vector<Crossing> findCrossings(qvStreetFinder& finder) {
-    std::vector<qvStreetFinderStreetCrossResult> results;
-    finder.find(results);
-    std::vector<Crossing> crossings;
-    for (const qvStreetFinderStreetCrossResult& result : results) crossings.push_back(crossingOf(result));
-    return crossings;
-}
-
-std::vector<Street> findStreets(qvStreetFinder& finder) {
-    std::vector<qvStreetFinderSingleStreetResult> results;
-    finder.findSingleStreet(results);
+std::vector<Street> streetsOf(const std::vector<qvStreetFinderSingleStreetResult>& results) {
     std::vector<Street> streets;
     for (const qvStreetFinderSingleStreetResult& result : results) streets.push_back(streetOf(result));
     return streets;
@@ -114,32 +92,42 @@ std::vector<ScoredAngle> findAngles(qvStreetFinder& finder, long maxResults) {
 }
 
 void search(const CommandOptions& options, const GreyImage& image, ImageReport& report) {
-    const qvPelBuffer_const<unsigned char> buffer = bufferOf(image, options.client);
-    qvStreetFinder finder(paramsOf(options));
+    const qvPelBuffer_const<unsigned char> buffer = finderImage(options, image);
+    qvStreetFinder finder(finderParams(options));
+    FinderTrace trace(finder, options.trace);
     Seconds seconds;
     qvTimer timer(true);
     finder.setImage(buffer);
     timer.stop();
     seconds.setImage = timer.sec();
 
+    std::vector<qvStreetFinderStreetCrossResult> crossings;
+    std::vector<qvStreetFinderSingleStreetResult> streets;
     timer.start();
     switch (options.subcommand) {
         case Subcommand::find:
-            report.crossings = findCrossings(finder);
+            finder.find(crossings);
+            report.crossings = crossingsOf(crossings);
             break;
         case Subcommand::streets:
-            report.streets = findStreets(finder);
+            finder.findSingleStreet(streets);
+            report.streets = streetsOf(streets);
             break;
         case Subcommand::angles:
             report.angles = findAngles(finder, options.maxResults);
             break;
+        case Subcommand::inspect:
         case Subcommand::blank:
-            // Another tool's; it never comes here.
+            // They have runs of their own; they never come here.
             break;
     }
     timer.stop();
     seconds.search = timer.sec();
     report.seconds = seconds;
+    report.traceFailed = !trace.isWhole();
+    if (options.overlays.empty()) return;
+    if (report.crossings) report.drawing = drawCrossings(crossings, buffer.imageFromClientXform());
+    if (report.streets) report.drawing = drawStreets(streets, buffer.imageFromClientXform());
 }
 
 /// The finder's message says what it does not like; the option behind it is added here.
@@ -157,12 +145,33 @@ std::string sizeNote(const GreyImage& image) {
 
 }  // namespace
 
-void runFinder(const CommandOptions& options, const GreyImage& image, ImageReport& report) {
+qvStreetFinderParams finderParams(const CommandOptions& options) {
+    return qvStreetFinderParams(qvPair<double>(options.widthX, options.widthY),
+                                qvPair<double>(options.rangeX.low, options.rangeX.high),
+                                qvPair<double>(options.rangeY.low, options.rangeY.high), runModeOf(options.mode),
+                                options.sharpness, polarityOf(options.polarity), options.maxResults);
+}
+
+qvPelBuffer_const<unsigned char> finderImage(const CommandOptions& options, const GreyImage& image) {
+    qvPelBuffer_const<unsigned char> buffer(image.pels.data(), image.width, image.height, image.width);
+    const std::array<double, 6>& client = options.client;
+    buffer.clientFromImageXform(
+        qvXform<2>(qvMatrix<2>(client[0], client[1], client[2], client[3]), qvVector<2>(client[4], client[5])));
+    return buffer;
+}
+
+std::vector<Crossing> crossingsOf(const std::vector<qvStreetFinderStreetCrossResult>& results) {
+    std::vector<Crossing> crossings;
+    for (const qvStreetFinderStreetCrossResult& result : results) crossings.push_back(crossingOf(result));
+    return crossings;
+}
+
+void runOrRefuse(const CommandOptions& options, const GreyImage& image, const std::function<void()>& work) {
     if (image.width > kMaxSearchedSide || image.height > kMaxSearchedSide) {
         throw Refusal("is too large for the finder" + sizeNote(image));
     }
     try {
-        search(options, image, report);
+        work();
     } catch (const qvStreetFinderDefs::BadParams& error) {
         throw Refusal(withOption(options, error.what()));
     } catch (const qvPel::BadSize& error) {
@@ -174,6 +183,10 @@ void runFinder(const CommandOptions& options, const GreyImage& image, ImageRepor
     } catch (const std::exception& error) {
         throw Refusal(std::string("was refused by the finder: ") + error.what());
     }
+}
+
+void runFinder(const CommandOptions& options, const GreyImage& image, ImageReport& report) {
+    runOrRefuse(options, image, [&] { search(options, image, report); });
 }
 
 }  // namespace qvtool

@@ -1,6 +1,7 @@
 #include "tools/overlay_paths.h"
 
 #include "tools/text.h"
+#include "tools/trace_file.h"
 
 #include <filesystem>
 #include <map>
@@ -59,13 +60,15 @@ std::string overwritesInput(const char* option, const std::string& output, const
     return message.empty() ? clash("the file of --grey-weights", options.greyWeights) : message;
 }
 
-std::string checkDistinct(const CommandOptions& options) {
-    std::map<std::string, std::string> users;
-    if (options.json != "-") users.emplace(oneSpelling(options.json), "--json");
-    for (std::size_t i = 0; i < options.overlays.size(); ++i) {
-        const auto [other, isNew] = users.emplace(oneSpelling(options.overlays[i]), inQuotes(options.images[i]));
+/// The paths that were given out so far, and whose they are.
+using Users = std::map<std::string, std::string>;
+
+std::string checkDistinct(const char* option, const std::vector<std::string>& paths, const CommandOptions& options,
+                          Users& users) {
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        const auto [other, isNew] = users.emplace(oneSpelling(paths[i]), inQuotes(options.images[i]));
         if (!isNew) {
-            return "--overlay: " + inQuotes(options.overlays[i]) + " would be written for " + other->second +
+            return std::string(option) + ": " + inQuotes(paths[i]) + " would be written for " + other->second +
                    " and for " + inQuotes(options.images[i]) +
                    "; allowed is a file of its own for each, for example with {n} in its name";
         }
@@ -73,9 +76,28 @@ std::string checkDistinct(const CommandOptions& options) {
     return {};
 }
 
+/// One path per image from the pattern of an option.
+std::string settlePaths(const char* option, const std::string& pattern, const CommandOptions& options,
+                        std::vector<std::string>& paths, Users& users) {
+    if (pattern.empty()) return {};
+    for (std::size_t i = 0; i < options.images.size(); ++i) {
+        paths.push_back(expandOverlayPath(pattern, options.images[i], i + 1));
+        const std::string message = overwritesInput(option, paths.back(), options);
+        if (!message.empty()) return message;
+    }
+    const bool placed = paths.size() < 2 || paths[0] != pattern;
+    if (!placed) {
+        return std::string(option) + ": " + inQuotes(pattern) + " is one file for " +
+               std::to_string(options.images.size()) + " images; allowed is a name with {name} or {n} in it";
+    }
+    return checkDistinct(option, paths, options, users);
+}
+
 }  // namespace
 
 bool isOverlayPath(const std::string& path) { return hasExtension(path, ".svg") || hasExtension(path, ".png"); }
+
+bool isReportPath(const std::string& path) { return hasExtension(path, ".html"); }
 
 bool isSvgPath(const std::string& path) { return hasExtension(path, ".svg"); }
 
@@ -87,23 +109,25 @@ std::string expandOverlayPath(const std::string& pattern, const std::string& ima
     return path;
 }
 
-std::string settleOutputs(const std::string& overlayPattern, CommandOptions& options) {
-    if (options.json != "-") {
+std::string settleOutputs(const std::string& overlayPattern, const std::string& reportPattern,
+                          CommandOptions& options) {
+    Users users;
+    if (!options.json.empty() && options.json != "-") {
         const std::string message = overwritesInput("--json", options.json, options);
         if (!message.empty()) return message;
+        users.emplace(oneSpelling(options.json), "--json");
     }
-    if (overlayPattern.empty()) return {};
-    for (std::size_t i = 0; i < options.images.size(); ++i) {
-        options.overlays.push_back(expandOverlayPath(overlayPattern, options.images[i], i + 1));
-        const std::string message = overwritesInput("--overlay", options.overlays.back(), options);
+    if (!options.trace.empty()) {
+        const std::string file = traceFileOf(options.trace);
+        const std::string message = overwritesInput("--trace", file, options);
         if (!message.empty()) return message;
+        if (!users.emplace(oneSpelling(file), "--trace").second) {
+            return "--trace: " + inQuotes(file) + " is the file of --json too; allowed is any other file";
+        }
     }
-    const bool placed = options.overlays.size() < 2 || options.overlays[0] != overlayPattern;
-    if (!placed) {
-        return "--overlay: " + inQuotes(overlayPattern) + " is one file for " + std::to_string(options.images.size()) +
-               " images; allowed is a name with {name} or {n} in it";
-    }
-    return checkDistinct(options);
+    const std::string message = settlePaths("--overlay", overlayPattern, options, options.overlays, users);
+    if (!message.empty()) return message;
+    return settlePaths("--report", reportPattern, options, options.reports, users);
 }
 
 }  // namespace qvtool

@@ -10,6 +10,8 @@ const char* nameOf(Subcommand subcommand) {
             return "streets";
         case Subcommand::angles:
             return "angles";
+        case Subcommand::inspect:
+            return "inspect";
         case Subcommand::blank:
             break;
     }

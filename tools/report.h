@@ -1,7 +1,10 @@
 /// @file
-/// What the command found in one image, free of the library's types, so that writers and tests need no finder.
+/// What the command found in one image, free of the library's types but for display lists, so that writers and tests
+/// need no finder.
 #ifndef QVSTREET_TOOLS_REPORT_H
 #define QVSTREET_TOOLS_REPORT_H
+
+#include "tools/sketch_layer.h"
 
 #include <optional>
 #include <string>
@@ -9,7 +12,7 @@
 
 namespace qvtool {
 
-enum class Subcommand { find, streets, angles, blank };
+enum class Subcommand { find, streets, angles, inspect, blank };
 enum class Mode { edge, ridge, coarse };
 
 /// The words of the command line and of the JSON.
@@ -77,6 +80,8 @@ struct ImageReport {
     std::optional<std::vector<Street>> streets;
     std::optional<std::vector<BlankRegion>> blankRegions;
     std::optional<Seconds> seconds;
+    bool traceFailed = false;  ///< the file of --trace lacks some of it
+    ResultDrawing drawing;     ///< crossings or streets as the library draws them, where a picture is wanted
 };
 
 }  // namespace qvtool

@@ -1,17 +1,21 @@
-// One image after the other: read, search, write JSON, draw. What fails for one image is said on standard error and in
+// One image after the other: read, search, write JSON, draw, write a page. What fails for one image is said on standard error and in
 // its JSON, and the next one gets its turn; only a JSON output that cannot be written ends the run, because nothing
 // that follows could be told to anybody.
 #include "tools/run.h"
 
+#include "tools/blank_page.h"
 #include "tools/blank_run.h"
 #include "tools/command_line.h"
 #include "tools/finder_run.h"
+#include "tools/html_page.h"
 #include "tools/image_file.h"
+#include "tools/inspection.h"
 #include "tools/output_file.h"
 #include "tools/overlay.h"
 #include "tools/overlay_paths.h"
 #include "tools/result_json.h"
 #include "tools/text.h"
+#include "tools/trace_file.h"
 
 #include <unistd.h>
 
@@ -62,17 +66,18 @@ class Run {
     int run() {
         if (!prepare()) return kWrongCall;
         try {
-            OutputFile json(options_.json);
+            if (!options_.trace.empty()) startTrace(options_.trace);
+            if (!options_.json.empty()) json_.emplace(options_.json);
             for (std::size_t i = 0; i < options_.images.size(); ++i) {
                 console_.progress(i + 1, options_.images[i]);
-                runImage(i, json);
+                runImage(i);
             }
-            json.commit();
+            if (json_) json_->commit();
         } catch (const OutputError& error) {
             console_.say(error.what());
             return kOutputFailed;
         }
-        if (overlayFailed_) return kOutputFailed;
+        if (pictureFailed_) return kOutputFailed;
         if (unreadable_ == options_.images.size()) return kNoImageRead;
         return unreadable_ + refused_ > 0 ? kSomeImagesFailed : kRan;
     }
@@ -80,8 +85,8 @@ class Run {
  private:
     /// Says what concerns the whole call. False: an option names a file that cannot serve.
     bool prepare() {
-        if (options_.subcommand == Subcommand::find && options_.mode == Mode::ridge &&
-            options_.polarity == Polarity::any) {
+        const bool refines = options_.subcommand == Subcommand::find || options_.subcommand == Subcommand::inspect;
+        if (refines && options_.mode == Mode::ridge && options_.polarity == Polarity::any) {
             console_.say(
                 "--polarity any: --mode ridge refines crossings towards light streets then; allowed are dark and light "
                 "too, for streets that are known to be so");
@@ -101,15 +106,30 @@ class Run {
         return true;
     }
 
-    void runImage(std::size_t index, OutputFile& json) {
+    /// What an image's page is made from.
+    struct Seen {
+        Inspection inspection;      ///< of `inspect`
+        qvDiagObject blankRecords;  ///< of `blank`
+    };
+
+    void runImage(std::size_t index) {
         ImageReport report;
         report.image = options_.images[index];
         report.subcommand = options_.subcommand;
         report.mode = options_.mode;
         GreyImage image;
-        const bool searched = read(report, image) && searchImage(image, report);
-        json.write(toJson(report, options_.images.size() > 1));
+        Seen seen;
+        const bool wasRead = read(report, image);
+        const bool searched = wasRead && searchImage(image, report, seen);
+        if (report.traceFailed) {
+            pictureFailed_ = true;
+            console_.say("--trace: " + inQuotes(traceFileOf(options_.trace)) +
+                         " does not hold the whole trace; allowed is a file with room for all of it");
+        }
+        if (json_) json_->write(toJson(report, options_.images.size() > 1));
         if (searched && !options_.overlays.empty()) draw(image, report, options_.overlays[index]);
+        // A refused image has a page too: it shows how far the search came.
+        if (wasRead && !options_.reports.empty()) writePage(image, report, seen, options_.reports[index]);
     }
 
     bool read(ImageReport& report, GreyImage& image) {
@@ -125,10 +145,12 @@ class Run {
         return true;
     }
 
-    bool searchImage(const GreyImage& image, ImageReport& report) {
+    bool searchImage(const GreyImage& image, ImageReport& report, Seen& seen) {
         try {
             if (blank_) {
-                runBlank(options_, *blank_, image, report);
+                runBlank(options_, *blank_, image, report, options_.reports.empty() ? nullptr : &seen.blankRecords);
+            } else if (options_.subcommand == Subcommand::inspect) {
+                runInspection(options_, image, report, seen.inspection);
             } else {
                 runFinder(options_, image, report);
             }
@@ -157,20 +179,38 @@ class Run {
             }
             file.commit();
         } catch (const OutputError& error) {
-            overlayFailed_ = true;
+            pictureFailed_ = true;
             console_.say(std::string("--overlay: ") + error.what());
         } catch (const std::exception& error) {
-            overlayFailed_ = true;
+            pictureFailed_ = true;
             console_.say("--overlay: " + inQuotes(path) + ": cannot be drawn: " + error.what());
+        }
+    }
+
+    void writePage(const GreyImage& image, const ImageReport& report, const Seen& seen, const std::string& path) {
+        try {
+            const Page page = blank_ ? blankPage(options_, image, report, seen.blankRecords)
+                                     : inspectionPage(options_, report, seen.inspection);
+            OutputFile file(path);
+            file.write(htmlPage(page));
+            file.commit();
+            console_.say(inQuotes(report.image) + ": " + page.verdict + " The page is " + inQuotes(path) + ".");
+        } catch (const OutputError& error) {
+            pictureFailed_ = true;
+            console_.say(std::string("--report: ") + error.what());
+        } catch (const std::exception& error) {
+            pictureFailed_ = true;
+            console_.say("--report: " + inQuotes(path) + ": cannot be made: " + error.what());
         }
     }
 
     const CommandOptions& options_;
     Console console_;
+    std::optional<OutputFile> json_;
     std::optional<BlankInputs> blank_;  ///< for `blank` only
     std::size_t unreadable_ = 0;
     std::size_t refused_ = 0;
-    bool overlayFailed_ = false;
+    bool pictureFailed_ = false;
 };
 
 int printText(const std::string& text) {

@@ -1,7 +1,5 @@
 #include "tools/stroke_font.h"
 
-#include "tools/overlay.h"
-
 #include <string_view>
 
 namespace qvtool {
@@ -69,6 +67,7 @@ constexpr double kSpacing = 1.8;  // columns between letters
 constexpr double kUnit = 0.12;    // a column or row as a part of the font's size: six rows are 0.72
 
 const Glyph* glyphOf(char letter) {
+    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
     for (const Glyph& glyph : kGlyphs) {
         if (glyph.letter == letter) return &glyph;
     }

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "qvstreet/blankregion/blank_region_defs.h"
+#include "qvstreet/blankregion/blank_region_diagnostics.h"
 #include "qvstreet/blankregion/coarse_region.h"
 #include "qvstreet/blankregion/region_ends.h"
 #include "qvstreet/blankregion/region_scores.h"
@@ -77,11 +78,13 @@ void paintOut(qvPelBuffer<unsigned char>& search, const qvPelRect& coarse, long 
 /// @param mask  null for none
 void runBlankRegionSearch(const Image& image, const Image* mask, const qvStreetBlankRegionFinderParams& params,
                           qvStreetBlankRegionFinderResultSet& resultSet, qvDiagObject* diagObject,
-                          std::uint32_t /*diagFlags*/) {
+                          std::uint32_t diagFlags) {
     qvTimer timer(false);
     timer.start();
     if (!image.isBound()) throw qvPel::UnboundWindow(L"the image has no pels");
     if (mask != nullptr && !mask->isBound()) throw qvPel::UnboundWindow(L"the mask has no pels");
+    const qv_BlankRegionRecorder recorder(diagObject, diagFlags);
+    recorder.input(image);
 
     const bool vertical = params.direction() == Defs::eVertical;
     const Image working = vertical ? Image(qfPelTranspose(image)) : image;
@@ -90,6 +93,7 @@ void runBlankRegionSearch(const Image& image, const Image* mask, const qvStreetB
 
     qvPelBuffer<unsigned char> foreground;
     computeForegroundImage(working, length, strip, foreground);
+    recorder.foreground(foreground);
     if (mask != nullptr) {
         requireBlackAndWhite(*mask);
         // deliberate: the mask is not transposed with the image; pinned by
@@ -98,8 +102,10 @@ void runBlankRegionSearch(const Image& image, const Image* mask, const qvStreetB
     }
     qvPelBuffer<unsigned char> deviation;
     computeRegionalDeviationImage(working, length, strip, deviation, kDeviationScale, kRowWeight);
+    recorder.deviation(deviation);
 
     const unsigned char threshold = quietThreshold(qfPelMin(deviation));
+    recorder.threshold(threshold);
     qvPelBuffer<unsigned char> search = qfPelCopy<unsigned char>(deviation);
     std::vector<qvStreetBlankRegionFinderResult> results;
     for (long remaining = params.numResults(); remaining > 0;) {
@@ -107,12 +113,14 @@ void runBlankRegionSearch(const Image& image, const Image* mask, const qvStreetB
         if (coarse.width() == 0 || coarse.height() == 0) break;
 
         qvPelRect region = coveredRegion(coarse, length, strip);
-        refineRegionEnds(foreground, region, diagObject, 0);
+        recorder.coarseRegion(working, region);
+        refineRegionEnds(foreground, region, diagObject, recorder.caliperFlags());
         double blankness = 0.0;
         if (region.width() >= length) blankness = computeBlanknessScore(working, region, kRowWeight);
 
         if (vertical) region = transposed(region);
         const double score = computeRegionScore(blankness, region, image, params);
+        recorder.candidate(image, region, blankness, score);
         if (score > 0.0) {
             qvStreetBlankRegionFinderResult result;
             result.init(score, blankness, shifted(region, image.offset()));
@@ -126,6 +134,7 @@ void runBlankRegionSearch(const Image& image, const Image* mask, const qvStreetB
                      [](const qvStreetBlankRegionFinderResult& a, const qvStreetBlankRegionFinderResult& b) {
                          return a.score() > b.score();
                      });
+    recorder.results(image, results);
     timer.stop();
     resultSet.init(results, timer.sec());
 }

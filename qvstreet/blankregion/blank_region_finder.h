@@ -26,8 +26,9 @@ class qvDiagObject;
 ///                    columns the mask's row i belongs to the image's column i, so image and mask must then be square
 /// @param params      the street, and how many regions are wanted
 /// @param resultSet   receives the answer; keeps its former content if the run throws. Empty if nothing was found
-/// @param diagObject  receives records of the stages; may be null
-/// @param diagFlags   which stages are recorded
+/// @param diagObject  receives records of the stages; may be null. A run that throws leaves those it had come to. The
+///                    answer is the same with and without; its time includes the recording
+/// @param diagFlags   which stages are recorded: any of `qvDiagDefs::What` together
 /// @throws qvStreetBlankRegionFinderDefs::BadParams for windows that differ ("Mask dimensions must match image
 ///         dimensions"), which is tested before all else, and for a mask pel other than 0 and 255 ("Mask must only
 ///         contain 0 and 255"); qvPel::UnboundWindow; qvPel::BadSize for a window of analysis larger than the image, and

@@ -17,8 +17,8 @@ class qvDiagObject;
 ///                          pels are 255. Without a client transform; its offset plays no part
 /// @param region            counted from the window's upper left pel; replaced. Top and height stay; the width may come
 ///                          out 0 or negative
-/// @param diagObject        receives the caliper's records; may be null
-/// @param caliperDiagFlags  what the caliper records
+/// @param diagObject        handed on to the caliper; may be null
+/// @param caliperDiagFlags  likewise
 /// @throws qvPel::BadSize where the length that the caliper looks at, narrowed to 16 bits, is 0 or negative (32768 to
 ///         65536 pels)
 void refineRegionEnds(const qvPelBuffer_const<unsigned char>& foreground, qvPelRect& region, qvDiagObject* diagObject,

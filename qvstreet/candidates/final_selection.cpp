@@ -14,6 +14,7 @@
 #include <iterator>
 #include <utility>
 
+#include "qvstreet/candidates/candidate_search_records.h"
 #include "qvstreet/candidates/canonical_cross.h"
 #include "qvstreet/candidates/four_line_crosses.h"
 #include "qvstreet/projection/projection_polarity.h"
@@ -171,24 +172,31 @@ const qvLineSeg* replacementFor(const StubPlace& place, const std::vector<qvLine
 
 }  // namespace
 
-double finalCrossScore(const CrossResult& cross, double maxLength, bool /*fromPairs*/,
-                       const qv_candidateTolerances& tolerances, const qv_streetFinderImpl& impl,
-                       qv_streetTrace* /*trace*/) {
+qv_finalCrossTerms finalCrossTerms(const CrossResult& cross, double maxLength, const qv_candidateTolerances& tolerances,
+                                   const qv_streetFinderImpl& impl) {
     const std::vector<qvLineSeg>& segments = cross.lineSegs();
     qf_assert(segments.size() == 8, L"a cross from edges has eight segments");
     const Directions dir = directionsOf(segments);
     double found = 0.0;
     for (const qvLineSeg& segment : segments) found += segment.len();
 
-    const double orthogonality = orthogonalityTerm(cross, dir);
-    const double width = widthTerm(cross, tolerances);
-    const double parallelism = parallelismTerm(dir);
-    const double residual = residualTerm(cross);
-    const double lengthTerm = (maxLength - found) / maxLength;
-    const double contrast = contrastTerm(segments, impl);
-    const double total =
-        (residual / kResidualUnit + orthogonality + 2.0 * lengthTerm + 2.0 * width + contrast + 10.0 * parallelism) /
-        7.0;
+    qv_finalCrossTerms terms;
+    terms.orthogonality = orthogonalityTerm(cross, dir);
+    terms.width = widthTerm(cross, tolerances);
+    terms.parallelism = parallelismTerm(dir);
+    terms.residual = residualTerm(cross) / kResidualUnit;
+    terms.length = (maxLength - found) / maxLength;
+    terms.contrast = contrastTerm(segments, impl);
+    return terms;
+}
+
+double finalCrossScore(const CrossResult& cross, double maxLength, bool /*fromPairs*/,
+                       const qv_candidateTolerances& tolerances, const qv_streetFinderImpl& impl,
+                       qv_streetTrace* /*trace*/) {
+    const qv_finalCrossTerms terms = finalCrossTerms(cross, maxLength, tolerances, impl);
+    const double total = (terms.residual + terms.orthogonality + 2.0 * terms.length + 2.0 * terms.width +
+                          terms.contrast + 10.0 * terms.parallelism) /
+                         7.0;
     return std::exp(-total);
 }
 
@@ -222,7 +230,7 @@ void recoverSegments(CrossResult& cross, const std::vector<std::vector<qvLineFin
 
 void selectFinalCrosses(std::vector<CrossResult>& out, std::vector<CrossResult>& pairCrosses,
                         std::vector<CrossResult>& quadCrosses, const qv_candidateContext& context,
-                        const qv_streetFinderImpl& impl, qv_streetTrace* trace) {
+                        const qv_streetFinderImpl& impl, qv_streetTrace* trace, qvDiagObject* diagObject) {
     const double width = static_cast<double>(context.imageSize.first);
     const double height = static_cast<double>(context.imageSize.second);
     // deliberate: pels, although the segments are measured in client units; pinned by
@@ -241,10 +249,15 @@ void selectFinalCrosses(std::vector<CrossResult>& out, std::vector<CrossResult>&
     std::merge(quadCrosses.begin(), quadCrosses.end(), pairCrosses.begin(), pairCrosses.end(),
                std::back_inserter(merged), qf_scoreOrder);
 
+    qv_finalScoreRecord record(diagObject);
+    if (diagObject != nullptr) record.begin(quadCrosses, pairCrosses, maxLength, context.tolerances, impl);
     for (CrossResult& cross : merged) {
         if (static_cast<long>(out.size()) >= context.maxResults) break;
-        if (!isFarFromAll(out, cross.crossing(), qvLeastCrossSeparation)) continue;
+        const bool isFar = isFarFromAll(out, cross.crossing(), qvLeastCrossSeparation);
+        if (diagObject != nullptr) record.decided(isFar);
+        if (!isFar) continue;
         recoverSegments(cross, impl.lines, stubLimit, searchLimit, context);
         out.push_back(std::move(cross));
     }
+    if (diagObject != nullptr) record.end();
 }

@@ -11,15 +11,32 @@
 /// Appends to `out` the best of both lists until it holds `maxResults` crosses, each at least 5 client units from all
 /// in `out`; what `out` held before counts too and stays in front. Both lists are scored and sorted on the way, best
 /// first; a cross whose score is NaN comes last and is kept. On equal scores those of `quadCrosses` come first.
+/// @param diagObject  gets the terms of all scores and what became of each cross; null for none
 /// @throws qvInvariantFailure for a cross without eight segments; qvMatrixErr::Singular where a cross cannot be fitted
 void selectFinalCrosses(std::vector<qvStreetFinderStreetCrossResult>& out,
                         std::vector<qvStreetFinderStreetCrossResult>& pairCrosses,
                         std::vector<qvStreetFinderStreetCrossResult>& quadCrosses, const qv_candidateContext& context,
-                        const qv_streetFinderImpl& impl, qv_streetTrace* trace);
+                        const qv_streetFinderImpl& impl, qv_streetTrace* trace, qvDiagObject* diagObject = nullptr);
 
 /// Sets each cross's `score` to its final score. Arguments as in `finalCrossScore`.
 void scoreAllCrosses(std::vector<qvStreetFinderStreetCrossResult>& crosses, double maxLength, bool fromPairs,
                      const qv_candidateTolerances& tolerances, const qv_streetFinderImpl& impl, qv_streetTrace* trace);
+
+/// The terms of a cross's cost, each 0 for a perfect one.
+struct qv_finalCrossTerms {
+    /// Mean distance of the segment ends from the cross's edges, in tens of client units.
+    double residual = 0.0;
+    double orthogonality = 0.0;
+    /// Missing length and departure from the nominal widths; each counts twice.
+    double length = 0.0;
+    double width = 0.0;
+    /// Unevenness of the grey level inside the streets.
+    double contrast = 0.0;
+    /// Counts ten times.
+    double parallelism = 0.0;
+};
+qv_finalCrossTerms finalCrossTerms(const qvStreetFinderStreetCrossResult& cross, double maxLength,
+                                   const qv_candidateTolerances& tolerances, const qv_streetFinderImpl& impl);
 
 /// Score of a fitted cross with eight segments, higher is better, from its geometry and the grey-level texture inside
 /// its two streets: 1 for a perfect cross, towards 0 for a poor one, exactly 0 where no pel shows the streets. A width

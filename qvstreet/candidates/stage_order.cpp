@@ -8,6 +8,7 @@
 
 #include <algorithm>
 
+#include "qvstreet/candidates/candidate_search_records.h"
 #include "qvstreet/candidates/corner_crosses.h"
 #include "qvstreet/candidates/cross_pairs.h"
 #include "qvstreet/candidates/eight_line_crosses.h"
@@ -55,13 +56,16 @@ void bestQuads(const std::vector<qv_ridgeLine>& flatLines, const std::vector<qv_
 
 void edgePairStages(qv_candidateStore& store, std::vector<qvStreetFinderStreetCrossResult>& results,
                     const std::vector<qv_ridgeLine>& flatLines, const std::vector<long>& lineCounts,
-                    const qv_candidateContext& context, const qv_streetFinderImpl& impl, qv_streetTrace* trace) {
+                    const qv_candidateContext& context, const qv_streetFinderImpl& impl, qv_streetTrace* trace,
+                    qvDiagObject* diagObject) {
     generatePairsAndQuads(store, flatLines, lineCounts, context, impl, trace);
     std::vector<qvStreetFinderStreetCrossResult> quadCrosses;
     genAndScore(store, quadCrosses, flatLines, context, trace);
     std::vector<qvStreetFinderStreetCrossResult> pairCrosses;
     generatePairCrosses(store, pairCrosses, flatLines, context, impl.clientFromImage);
-    selectFinalCrosses(results, pairCrosses, quadCrosses, context, impl, trace);
+    if (diagObject != nullptr)
+        recordCandidateCounts(store, lineCounts, quadCrosses.size(), pairCrosses.size(), context, *diagObject);
+    selectFinalCrosses(results, pairCrosses, quadCrosses, context, impl, trace, diagObject);
 }
 
 void reservedModeStages(qv_candidateStore& store, std::vector<qvStreetFinderStreetCrossResult>& results,
@@ -99,10 +103,11 @@ void generatePairsAndQuads(qv_candidateStore& store, const std::vector<qv_ridgeL
 
 void dispatchCandidates(qv_candidateStore& store, std::vector<qvStreetFinderStreetCrossResult>& results,
                         const std::vector<qv_ridgeLine>& flatLines, const std::vector<long>& lineCounts,
-                        const qv_candidateContext& context, const qv_streetFinderImpl& impl, qv_streetTrace* trace) {
+                        const qv_candidateContext& context, const qv_streetFinderImpl& impl, qv_streetTrace* trace,
+                        qvDiagObject* diagObject) {
     switch (context.runMode) {
         case Defs::eEdgePairWafer:
-            return edgePairStages(store, results, flatLines, lineCounts, context, impl, trace);
+            return edgePairStages(store, results, flatLines, lineCounts, context, impl, trace, diagObject);
         case Defs::eRidgeWafer:
         case Defs::eCoarseRidgeWafer:
             return generateXcands(store, results, flatLines, lineCounts, context, trace);

@@ -46,6 +46,14 @@ void normalizeSearched(long searchedResponse, const qvPelBuffer<double>& magnitu
     if (needsReal) normalizeAbsTo255(real);
 }
 
+/// The points of the last `count` lines.
+std::vector<std::vector<qvVector<2>>> lastChains(const std::vector<qv_ridgeLine>& lines, long count) {
+    std::vector<std::vector<qvVector<2>>> chains;
+    for (std::size_t i = lines.size() - static_cast<std::size_t>(count); i < lines.size(); ++i)
+        chains.push_back(lines[i].points);
+    return chains;
+}
+
 }  // namespace
 
 void mapFilterLengths(qvPair<double>& lengths, const qvXform<2>& sampleFromClient, qvDegree direction) {
@@ -100,8 +108,9 @@ void normalizeAbsTo255(const qvPelBuffer<double>& image) {
 }
 
 void filterAndExtract(const qvFrequencyBuffer& spectrum, const qv_lineFinderRun& run, std::vector<qv_ridgeLine>& lines,
-                      std::vector<long>& counts) {
+                      std::vector<long>& counts, std::vector<qv_responseView>* views) {
     const std::size_t directions = run.filterAngles.size();
+    if (views != nullptr) views->clear();
     lines.clear();
     counts.assign(directions, 0);
     std::vector<qvPelBuffer_const<double>> polarityImages(directions);
@@ -124,6 +133,11 @@ void filterAndExtract(const qvFrequencyBuffer& spectrum, const qv_lineFinderRun&
         polarityImages[i] = qfPelCopy<double>(imaginary);
         normalizeSearched(run.searchedResponse, magnitude, imaginary, real);
         extractFromResponse(imaginary, real, magnitude, run, static_cast<long>(i), lines, counts[i]);
+        if (views != nullptr)
+            views->push_back({run.searchedResponse == eSearchImaginary ? imaginary
+                              : run.searchedResponse == eSearchReal    ? real
+                                                                       : magnitude,
+                              lastChains(lines, counts[i])});
     }
     fitRidgeLines(lines, counts, run, polarityImages);
 }

@@ -30,12 +30,21 @@ void mapFilterLengths(qvPair<double>& lengths, const qvXform<2>& sampleFromClien
 void computeGaborSizes(const qv_gaborSpec& spec, long imageWidth, qvDegree direction,
                        const qvXform<2>& sampleFromClient, double& centreFrequency, qvPair<double>& frequencySigmas);
 
+/// What one direction showed on the way to its lines.
+struct qv_responseView {
+    /// The response that was searched, 0 to 255, sample frame.
+    qvPelBuffer_const<double> response;
+    /// The chains of ridge points, sample frame, before the short ones fell.
+    std::vector<std::vector<qvVector<2>>> chains;
+};
+
 /// Filters the spectrum once per direction of `run` and extracts the lines. A single pair of sizes serves all
 /// directions.
+/// @param views  one element a direction, for records; null for none
 /// @param lines the lines of all directions one after the other, image frame; replaced
 /// @param counts how many of them belong to each direction
 void filterAndExtract(const qvFrequencyBuffer& spectrum, const qv_lineFinderRun& run, std::vector<qv_ridgeLine>& lines,
-                      std::vector<long>& counts);
+                      std::vector<long>& counts, std::vector<qv_responseView>* views = nullptr);
 
 /// sqrt(re^2 + im^2), pel by pel.
 qvPelBuffer<double> complexMagnitude(const qvPelBuffer_const<double>& real, const qvPelBuffer_const<double>& imaginary);

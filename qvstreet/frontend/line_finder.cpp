@@ -11,6 +11,7 @@
 #include <cmath>
 
 #include "qvstreet/frontend/bilinear.h"
+#include "qvstreet/frontend/response_records.h"
 
 namespace {
 
@@ -175,12 +176,15 @@ double sampleImageBilinear(const unsigned char* firstPel, long rowUpdate, const 
 }
 
 void runLineFinder(const qv_spectrumState& state, const qv_ridgeFinderParams& params,
-                   const std::vector<qvDegree>& directions, std::vector<std::vector<qvLineFinderResults>>& results) {
+                   const std::vector<qvDegree>& directions, std::vector<std::vector<qvLineFinderResults>>& results,
+                   qvDiagObject* diagObject, long firstDirection) {
     qf_assert(state.prepared, L"a spectrum has been prepared");
     const qv_lineFinderRun run = plannedRun(state, params, directions);
     std::vector<qv_ridgeLine> lines;
     std::vector<long> counts;
-    filterAndExtract(state.spectrum, run, lines, counts);
+    std::vector<qv_responseView> views;
+    filterAndExtract(state.spectrum, run, lines, counts, diagObject != nullptr ? &views : nullptr);
+    if (diagObject != nullptr) recordResponses(state, params, run, views, lines, counts, firstDirection, *diagObject);
 
     const long maxX = state.workImage.width() - 1;
     const long maxY = state.workImage.height() - 1;

@@ -11,6 +11,8 @@
 #include "qvstreet/frontend/line_results.h"
 #include "qvstreet/frontend/spectrum.h"
 
+class qvDiagObject;
+
 /// The filter, the extraction, and whether to keep the ridge points for line statistics.
 struct qv_ridgeFinderParams {
     qv_gaborSpec spec;
@@ -23,9 +25,12 @@ struct qv_ridgeFinderParams {
 /// @param results per direction, the lines in the order in which the scan started them; statistics only with
 ///                `keepPoints`, and then lines without a sample in the image are left out. Written only at the end, so
 ///                that an exception leaves it as it was
+/// @param diagObject      gets the response of each direction with its ridges and lines; null for none
+/// @param firstDirection  number of the first direction in the titles of those records
 /// @throws qvInvariantFailure when no spectrum has been prepared
 void runLineFinder(const qv_spectrumState& state, const qv_ridgeFinderParams& params,
-                   const std::vector<qvDegree>& directions, std::vector<std::vector<qvLineFinderResults>>& results);
+                   const std::vector<qvDegree>& directions, std::vector<std::vector<qvLineFinderResults>>& results,
+                   qvDiagObject* diagObject = nullptr, long firstDirection = 0);
 
 /// Moves the one outside end of a line into the image, image frame.
 /// @param maxX,maxY largest coordinates that count as inside

@@ -18,6 +18,7 @@
 
 #include "qvstreet/candidates/candidate_records.h"
 #include "qvstreet/frontend/filter_1d.h"
+#include "qvstreet/frontend/spectrum_records.h"
 #include "qvstreet/platform/pel_ops.h"
 #include "qvstreet/platform/sampling.h"
 
@@ -137,16 +138,15 @@ qvPelBuffer<double> polarSampleMagnitude(const qvPelBuffer_const<double>& magnit
     return profile;
 }
 
-long bandPassPeaks(const qvPelBuffer_const<double>& profile, double narrowSigma, double peakThreshold, double wideSigma,
-                   std::vector<qvPeak1D>& peaks) {
-    qvPeakFinder1D finder(peakThreshold, 1.0, 1.0);
+qvPelBuffer<double> bandPassed(const qvPelBuffer_const<double>& profile, double narrowSigma, double wideSigma,
+                               double& firstPosition) {
     const qvGaussST1D<double, double> narrowFilter(narrowSigma);
     qvPelBuffer<double> narrow;
     narrowFilter.applyFilter(profile, narrow);
 
     if (!(wideSigma > 0.0)) {
-        finder.positionOffset(narrowFilter.filterOffset());
-        return finder.findPeaks(narrow, peaks);
+        firstPosition = narrowFilter.filterOffset();
+        return narrow;
     }
 
     const qvGaussST1D<double, double> wideFilter(wideSigma);
@@ -156,8 +156,23 @@ long bandPassPeaks(const qvPelBuffer_const<double>& profile, double narrowSigma,
     // position.
     const long shift = qfTruncate(wideFilter.filterOffset()) - qfTruncate(narrowFilter.filterOffset());
     for (long k = 0; k < difference.width(); ++k) difference.put(k, 0, narrow.get(k + shift, 0) - difference.get(k, 0));
-    finder.positionOffset(wideFilter.filterOffset());
-    return finder.findPeaks(difference, peaks);
+    firstPosition = wideFilter.filterOffset();
+    return difference;
+}
+
+long bandPassPeaks(const qvPelBuffer_const<double>& profile, double narrowSigma, double peakThreshold, double wideSigma,
+                   std::vector<qvPeak1D>& peaks) {
+    double firstPosition = 0.0;
+    const qvPelBuffer<double> filtered = bandPassed(profile, narrowSigma, wideSigma, firstPosition);
+    qvPeakFinder1D finder(peakThreshold, 1.0, 1.0);
+    finder.positionOffset(firstPosition);
+    return finder.findPeaks(filtered, peaks);
+}
+
+qvPair<long> ringRadii(long spectrumWidth, double innerRadiusFraction, double outerRadiusFraction) {
+    const double highest = static_cast<double>(spectrumWidth / 2 - 1);
+    // deliberate: only the inner radius has + 1.0; pinned by Orientation.OnlyTheInnerRadiusHasPlusOne
+    return qvPair<long>(qfTruncate(innerRadiusFraction * highest + 1.0), qfTruncate(outerRadiusFraction * highest));
 }
 
 std::vector<qv_candAngle> findAnglePeaks(const qvFrequencyBuffer& spectrum, double narrowSigma, double wideSigma,
@@ -166,13 +181,10 @@ std::vector<qv_candAngle> findAnglePeaks(const qvFrequencyBuffer& spectrum, doub
     const long total = kProfileDegrees * samplesPerDegree;
     const double firstCounted = static_cast<double>(kFirstCountedDegree * samplesPerDegree);
     const double endCounted = static_cast<double>(kEndCountedDegree * samplesPerDegree);
-    const double highest = static_cast<double>(spectrum.width() / 2 - 1);
-    // deliberate: only the inner radius has + 1.0; pinned by Orientation.OnlyTheInnerRadiusHasPlusOne
-    const long r0 = qfTruncate(innerRadiusFraction * highest + 1.0);
-    const long r1 = qfTruncate(outerRadiusFraction * highest);
+    const qvPair<long> radii = ringRadii(spectrum.width(), innerRadiusFraction, outerRadiusFraction);
 
     const qvPelBuffer<double> profile =
-        polarSampleMagnitude(spectrum.getMagnitudeImage(true), static_cast<short>(total), r0, r1);
+        polarSampleMagnitude(spectrum.getMagnitudeImage(true), static_cast<short>(total), radii.first, radii.second);
     std::vector<qvPeak1D> peaks;
     bandPassPeaks(profile, narrowSigma, peakThreshold, wideSigma, peaks);
 
@@ -188,7 +200,7 @@ std::vector<qv_candAngle> findAnglePeaks(const qvFrequencyBuffer& spectrum, doub
 }
 
 void findDominantAngles(const qv_spectrumState& state, const qv_angleFinderParams& params,
-                        std::vector<qvDegree>& angles, std::vector<double>& scores) {
+                        std::vector<qvDegree>& angles, std::vector<double>& scores, qvDiagObject* diagObject) {
     qf_assert(state.prepared, L"a spectrum has been prepared");
     const std::vector<qv_candAngle> candidates =
         findAnglePeaks(state.spectrum, params.narrowSigma, params.wideSigma, params.peakThreshold,
@@ -201,6 +213,7 @@ void findDominantAngles(const qv_spectrumState& state, const qv_angleFinderParam
         angles[i] = state.clientFromImage.mapAngle(state.imageFromSample.mapAngle(lineAngle));
         scores[i] = candidates[i].score;
     }
+    if (diagObject != nullptr) recordAngles(state, params, candidates, angles, *diagObject);
 }
 
 bool selectStreetAngles(const std::vector<qvDegree>& angles, const std::vector<double>& scores, double ratio,

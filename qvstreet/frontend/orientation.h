@@ -36,14 +36,18 @@ bool operator<(const qv_candAngle& a, const qv_candAngle& b);
 /// Finds the candidate street angles of a prepared state, best first.
 /// @param angles client frame, degrees, not folded: a nearly horizontal street may come out near -180
 /// @param scores heights of the peaks of the angular profile, one for each angle
+/// @param diagObject  gets the ring, the angular profile and its peaks; null for none
 /// @throws qvInvariantFailure when no spectrum has been prepared
 void findDominantAngles(const qv_spectrumState& state, const qv_angleFinderParams& params,
-                        std::vector<qvDegree>& angles, std::vector<double>& scores);
+                        std::vector<qvDegree>& angles, std::vector<double>& scores, qvDiagObject* diagObject = nullptr);
 
 /// The peaks of the spectrum's angular profile, best first.
 std::vector<qv_candAngle> findAnglePeaks(const qvFrequencyBuffer& spectrum, double narrowSigma, double wideSigma,
                                          double peakThreshold, double innerRadiusFraction, double outerRadiusFraction,
                                          long samplesPerDegree);
+
+/// Inner and outer radius, frequency bins, of the ring in a spectrum of that width.
+qvPair<long> ringRadii(long spectrumWidth, double innerRadiusFraction, double outerRadiusFraction);
 
 /// Sums the magnitude over the ring from radius `r0` to `r1` (frequency bins) around the centre of the image, for
 /// `angularSamples` directions from -135 to +135 degrees. @returns one row, one element a direction
@@ -51,7 +55,12 @@ std::vector<qv_candAngle> findAnglePeaks(const qvFrequencyBuffer& spectrum, doub
 qvPelBuffer<double> polarSampleMagnitude(const qvPelBuffer_const<double>& magnitude, short angularSamples, long r0,
                                          long r1);
 
-/// Filters the profile with one Gaussian, or with the difference of two, and finds its extremes. Positions count
+/// Filters the profile with one Gaussian, or with the difference of two where `wideSigma` is above 0.
+/// @param firstPosition  the profile position that the first element of the result stands for
+qvPelBuffer<double> bandPassed(const qvPelBuffer_const<double>& profile, double narrowSigma, double wideSigma,
+                               double& firstPosition);
+
+/// Finds the extremes of the profile so filtered. Positions count
 /// profile samples; sample i stands at i + 0.5. @returns the number of peaks
 long bandPassPeaks(const qvPelBuffer_const<double>& profile, double narrowSigma, double peakThreshold, double wideSigma,
                    std::vector<qvPeak1D>& peaks);

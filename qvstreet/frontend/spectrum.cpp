@@ -12,6 +12,7 @@
 
 #include <algorithm>
 
+#include "qvstreet/frontend/spectrum_records.h"
 #include "qvstreet/platform/pel_ops.h"
 #include "qvstreet/platform/sampling.h"
 
@@ -48,7 +49,8 @@ Image reducedImage(const Image& image, long fftSize) {
 
 }  // namespace
 
-void prepareSpectrum(qv_spectrumState& state, const Image& image, const qv_spectrumParams& params) {
+void prepareSpectrum(qv_spectrumState& state, const Image& image, const qv_spectrumParams& params,
+                     qvDiagObject* diagObject) {
     state.clientFromImage = image.clientFromImageXform();
     state.imageSize = qvPair<long>(image.width(), image.height());
 
@@ -60,6 +62,7 @@ void prepareSpectrum(qv_spectrumState& state, const Image& image, const qv_spect
     sampleFftImage(state.workImage, params, state.imageFromSample, state.fftImage);
     qf_ForwardFFT(state.fftImage, state.spectrum);
     state.prepared = true;
+    if (diagObject != nullptr) recordSpectrum(state, *diagObject);
 }
 
 void sampleFftImage(const Image& image, const qv_spectrumParams& params, qvXform<2>& imageFromSample, Image& fftImage) {

@@ -6,6 +6,8 @@
 #include "qvstreet/platform/fourier.h"
 #include "qvstreet/platform/pel_buffer.h"
 
+class qvDiagObject;
+
 /// How the square is made. Lengths in pels.
 struct qv_spectrumParams {
     /// Side of the square handed to the transform.
@@ -43,8 +45,9 @@ struct qv_spectrumState {
 
 /// Samples `image` into the square, transforms it and replaces everything in `state`. On an exception `prepared` keeps
 /// its value.
+/// @param diagObject  gets the square and a picture of the spectrum; null for none
 void prepareSpectrum(qv_spectrumState& state, const qvPelBuffer_const<unsigned char>& image,
-                     const qv_spectrumParams& params);
+                     const qv_spectrumParams& params, qvDiagObject* diagObject = nullptr);
 
 /// Reduces, samples, mirrors and feathers. `image` has the identity as client transform and offset (0, 0).
 void sampleFftImage(const qvPelBuffer_const<unsigned char>& image, const qv_spectrumParams& params,

@@ -21,6 +21,7 @@
 class qvCaliperResultSet;
 class qvCaliperRunParams;
 class qvDiagObject;
+class qvGraphicList;
 
 /// Runs a caliper over the rectangle of `sampling`.
 ///
@@ -31,8 +32,10 @@ class qvDiagObject;
 /// @param sampling    interpolation 1 takes the nearest pel, 2 interpolates bilinearly without rounding to grey levels
 /// @param params      what to look for; its scoring methods must be alive
 /// @param results     replaced as a whole; as before the call if an exception leaves it
-/// @param diagObject  may be null
-/// @param flags       what of the run is recorded
+/// @param diagObject  like `flags`; may be null
+/// @param flags       taken for callers that hand on what they were given, and not read: a run leaves no record. Its
+///                    caller has the results and knows what they mean; `qvCaliperResultSet::draw` shows them in a
+///                    record of his own
 /// @throws qvPel::UnboundWindow, qvMatrixErr::Singular for a client transform without inverse, whatever a scoring
 ///         method throws
 QV_EXPORT void qfCaliperRun(const qvPelBuffer_const<unsigned char>& image, const qvAffineSamplingParams& sampling,
@@ -50,6 +53,18 @@ class QV_EXPORT qvCaliperDefs {
         eFall = 2,
         /// Any of the two.
         eEither = 3
+    };
+
+    /// What `qvCaliperResultSet::draw` shows: any of these together.
+    enum qeDraw : std::int32_t {
+        /// The rectangle's outline, and an arrow along its middle line in the direction of the x side; green.
+        eDrawRegion = 1,
+        /// A bar across the middle line at each edge of `resultEdges()`: rises yellow, falls blue.
+        eDrawEdges = 2,
+        /// The score beside the position of each result, in the colour of its bar.
+        eDrawScores = 4,
+        /// A bar over the whole y side at the position of each result: the best red, the others dark green.
+        eDrawResults = 8
     };
 };
 
@@ -230,6 +245,10 @@ class QV_EXPORT qvCaliperBaseResultSet {
     /// searched; (0, 0) before the first run.
     qvVector<2> mapPositionToPoint(double position) const;
 
+ protected:
+    /// The rectangle of the run; all corners at (0, 0) before the first.
+    const qvAffineRectangle& region() const { return rect_; }
+
  private:
     friend QV_EXPORT void qfCaliperRun(const qvPelBuffer_const<unsigned char>&, const qvAffineSamplingParams&,
                                        const qvCaliperRunParams&, qvCaliperResultSet&, qvDiagObject*, std::uint32_t);
@@ -243,6 +262,13 @@ class QV_EXPORT qvCaliperResultSet : public qvCaliperBaseResultSet {
  public:
     /// All edges of the profile that reach the contrast threshold, whatever their polarity, in order along the x side.
     const std::vector<qvCaliperResultEdge>& resultEdges() const { return resultEdges_; }
+
+    /// Adds the results to `list` as one graphic in the client frame of the image that was searched; bars carry their
+    /// numbers as hints. Adds nothing before the first run, and where the flags leave nothing to be shown.
+    /// @param flags  what is shown: any of `qvCaliperDefs::qeDraw`; other bits mean nothing
+    /// @param size   length of the bars of edges and four times that of the arrow's head, in client units; cut to the
+    ///               side that they lie along. 0 for a size below 0 or NaN
+    void draw(qvGraphicList& list, std::uint32_t flags, double size) const;
 
  private:
     friend QV_EXPORT void qfCaliperRun(const qvPelBuffer_const<unsigned char>&, const qvAffineSamplingParams&,

@@ -10,8 +10,11 @@
 #include "qvstreet/projection/crossing_refinement.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "qvstreet/platform/caliper.h"
+#include "qvstreet/platform/diagnostic_cells.h"
+#include "qvstreet/platform/diagnostics.h"
 #include "qvstreet/streetfinder/street_results_access.h"
 
 namespace {
@@ -28,6 +31,10 @@ constexpr double kSamplesPerUnit = 2.0;
 constexpr long kBilinear = 2;
 constexpr short kMostPairs = 10;
 constexpr double kNotFound = -1.0;
+// In records: the marks at edges, in client units.
+constexpr std::size_t kMostRecordedRefinements = 2;
+constexpr double kMarkSize = 30.0;
+constexpr std::uint32_t kDrawn = qvCaliperDefs::eDrawRegion | qvCaliperDefs::eDrawEdges | qvCaliperDefs::eDrawResults;
 
 qvPair<long> sampleCounts(const qvPair<double>& lengths) {
     return qvPair<long>(qfTruncate(kSamplesPerUnit * lengths.first), qfTruncate(kSamplesPerUnit * lengths.second));
@@ -39,6 +46,29 @@ qvAffineSamplingParams regionAcross(const qvVector<2>& crossing, qvDegree street
     const qvAffineRectangle region(crossing, lengths.first, lengths.second, streetAngle + qvDegree(90.0),
                                    qvRadian(0.0));
     return qvAffineSamplingParams(region, samples.first, samples.second, kBilinear);
+}
+
+void recordMoves(const std::vector<std::vector<std::wstring>>& moves, qvDiagRecord& record) {
+    qvDiagTable table;
+    table.label = L"Moves";
+    table.heading =
+        qf_cells(L"crossing", L"found (client)", L"refined (client)", L"moved by", L"score", L"what happened");
+    table.rows = moves;
+    record.recordAnnotation(L"Refinement");
+    qf_attachTable(record, table);
+}
+
+void recordCentre(const qvPelBuffer_const<unsigned char>& image, const qvCaliperResultSet& found,
+                  const qvVector<2>& point, qvDiagObject& diagObject) {
+    qvDiagRecord& record = diagObject.newDiagRecord();
+    record.image(image, false);
+    record.recordAnnotation(L"Refine feates");
+    qvUITablet position;
+    position.drawPointIcon(point, qvColor::redColor, qvUITablet::eOverlayLayer);
+    qvGraphicList drawn;
+    found.draw(drawn, kDrawn, kMarkSize);
+    record.sketch(drawn.sketch(qvUITablet::eOverlayLayer), qvDisplay::eClientCoordinates, L"Caliper Results");
+    record.sketch(position.sketch(), qvDisplay::eClientCoordinates, L"Position");
 }
 
 }  // namespace
@@ -71,10 +101,9 @@ double locateStreetCentre(const qvPelBuffer_const<unsigned char>& image, const q
 
     qvCaliperResultSet found;
     qfCaliperRun(image, sampling, params, found, diagObject, 0);
-    if (found.results().empty()) return kNotFound;
-    const qvCaliperOneResult& best = found.results().front();
-    point = found.mapPositionToPoint(best.position());
-    return best.score();
+    if (!found.results().empty()) point = found.mapPositionToPoint(found.results().front().position());
+    if (diagObject != nullptr) recordCentre(image, found, point, *diagObject);
+    return found.results().empty() ? kNotFound : found.results().front().score();
 }
 
 void refineCrossing(const qvPelBuffer_const<unsigned char>& image, const qv_refineContext& context,
@@ -111,19 +140,29 @@ void refineCrossing(const qvPelBuffer_const<unsigned char>& image, const qv_refi
 }
 
 void refineCrossings(std::vector<qvStreetFinderStreetCrossResult>& results, const qv_streetFinderImpl& impl,
-                     long runMode, long polarity, const qvPair<double>& nominalWidth) {
+                     long runMode, long polarity, const qvPair<double>& nominalWidth, qvDiagObject* diagObject) {
     const qv_traceFrame frame(impl.trace.get());
     if (runMode != Defs::eRidgeWafer) return;
     const qvPair<double> w(std::max(nominalWidth.first, kLeastWidth), std::max(nominalWidth.second, kLeastWidth));
     const qvPair<double> lengthsVertical(kWidthsAcross * w.second, kWidthsAlong * w.second);
     const qvPair<double> lengthsHorizontal(kWidthsAcross * w.first, kWidthsAlong * w.first);
+    // The table comes before the pictures.
+    qvDiagRecord* const moved = diagObject != nullptr ? &diagObject->newDiagRecord() : nullptr;
+    std::vector<std::vector<std::wstring>> moves;
     for (qvStreetFinderStreetCrossResult& result : results) {
         const qv_refineContext context(result.crossing(), result.horizontalAngle(), result.verticalAngle(),
                                        lengthsVertical, lengthsHorizontal, w, kSampleFraction, runMode, polarity);
         qv_refineResult refined;
-        refineCrossing(impl.image, context, refined, nullptr);
+        refineCrossing(impl.image, context, refined, moves.size() < kMostRecordedRefinements ? diagObject : nullptr);
+        if (diagObject != nullptr)
+            moves.push_back(qf_cells(moves.size(), result.crossing(), refined.crossing,
+                                     result.crossing().distance(refined.crossing), refined.score,
+                                     refined.score > 0.0    ? L"both streets measured"
+                                     : refined.score == 0.0 ? L"stays: the streets are parallel"
+                                                            : L"stays: a street shows no pair of edges"));
         // Also where the search failed: the crossing is the old one then, and the corners become it.
         Access::crossing(result) = refined.crossing;
         Access::setCorners(result, refined.crossing);
     }
+    if (moved != nullptr) recordMoves(moves, *moved);
 }

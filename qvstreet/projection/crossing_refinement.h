@@ -52,15 +52,22 @@ struct qv_refineResult {
 /// score and segments stay. With a polarity other than `eDarkOnLight` light streets are looked for. The calipers take two
 /// samples per client unit, whatever the size of a pel.
 /// @throws qvPel::BadSize when 24 times a width, the number of samples along a street, narrows to 0 or less in 16 bits
+/// @param diagObject  gets a table of all moves and the records of `refineCrossing` for the first two results, of which
+///                    each holds two copies of the image; null for none
 void refineCrossings(std::vector<qvStreetFinderStreetCrossResult>& results, const qv_streetFinderImpl& impl,
-                     long runMode, long polarity, const qvPair<double>& nominalWidth);
+                     long runMode, long polarity, const qvPair<double>& nominalWidth,
+                     qvDiagObject* diagObject = nullptr);
 
-/// Measures one crossing on `image`. @param diagObject  reserved for records of the measurement; may be null
+/// Measures one crossing on `image`.
+/// @param diagObject  receives a record of each of the two streets; may be null
 void refineCrossing(const qvPelBuffer_const<unsigned char>& image, const qv_refineContext& context,
                     qv_refineResult& result, qvDiagObject* diagObject);
 
 /// Looks across one street for its two edges, `width` client units apart, and stores the middle of the best pair in
-/// `point`. @returns its score, or -1.0, with `point` as it was, when there is no pair
+/// `point`.
+/// @param diagObject  receives a record with the image, the caliper's results and `point`, also where there is no pair;
+///                    may be null
+/// @returns the pair's score, or -1.0, with `point` as it was, when there is no pair
 double locateStreetCentre(const qvPelBuffer_const<unsigned char>& image, const qvAffineSamplingParams& sampling,
                           qvVector<2>& point, double width, double sampleFraction, bool darkStreet,
                           qvDiagObject* diagObject);

@@ -18,6 +18,7 @@
 #include <array>
 #include <cmath>
 
+#include "qvstreet/projection/projection_records.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
 
 namespace {
@@ -55,9 +56,8 @@ double profileDeviation(const qvTiledProjectionResult& projection) {
     return std::sqrt(rangeVariance(tile, qvPair<long>(0, bins - 1)));
 }
 
-Defs::streetPolarity linePolarity(const qvLineFinderResults& line, double width, double /*spareFraction*/,
-                                  double margin, const qvXform<2>& clientTransform,
-                                  const qvTiledProjectionResult& projection, double& centreMean) {
+qv_lineBins lineProfileBins(const qvLineFinderResults& line, double width, const qvXform<2>& clientTransform,
+                            const qvTiledProjectionResult& projection) {
     const qvTiledProjectionOneResult& tile = projection.tile(0, 0);
     const qvXform<2> imageFromClient = clientTransform.inverse();
     // deliberate: the inverse is applied before and after the turn; pinned by ProjectionPolarity.InverseIsAppliedTwice
@@ -71,9 +71,18 @@ Defs::streetPolarity linePolarity(const qvLineFinderResults& line, double width,
                      0.5;
     const double h = profileFromClient.mapVector(halfWidth).len();
 
-    const double left = rangeMean(tile, binRange(c - h * 2.0 - 2.0, c, projection));
-    const double right = rangeMean(tile, binRange(c, c + h * 2.0 + 1.0, projection));
-    centreMean = rangeMean(tile, binRange(c - h * 0.5 - 1.0, c + h * 0.5, projection));
+    return {binRange(c - h * 0.5 - 1.0, c + h * 0.5, projection), binRange(c - h * 2.0 - 2.0, c, projection),
+            binRange(c, c + h * 2.0 + 1.0, projection)};
+}
+
+Defs::streetPolarity linePolarity(const qvLineFinderResults& line, double width, double /*spareFraction*/,
+                                  double margin, const qvXform<2>& clientTransform,
+                                  const qvTiledProjectionResult& projection, double& centreMean) {
+    const qvTiledProjectionOneResult& tile = projection.tile(0, 0);
+    const qv_lineBins bins = lineProfileBins(line, width, clientTransform, projection);
+    const double left = rangeMean(tile, bins.left);
+    const double right = rangeMean(tile, bins.right);
+    centreMean = rangeMean(tile, bins.centre);
     return verdict(centreMean, left, right, margin);
 }
 
@@ -107,7 +116,8 @@ Defs::streetPolarity pairPolarity(const qvLineSeg& segment0, const qvLineSeg& se
 }
 
 void classifyStreetLines(const qv_lineSets& lines, std::vector<std::vector<qvDIPair>>& lists,
-                         const qvStreetFinderParams& params, const qv_streetFinderImpl& impl) {
+                         const qvStreetFinderParams& params, const qv_streetFinderImpl& impl,
+                         qvDiagObject* diagObject) {
     lists.clear();
     lists.resize(lines.size());
     const qvPair<double> nominal = params.nominalStreetWidth();
@@ -130,12 +140,16 @@ void classifyStreetLines(const qv_lineSets& lines, std::vector<std::vector<qvDIP
             }
             lists[direction].push_back({value, static_cast<long>(i)});
         }
+    if (diagObject == nullptr) return;
+    for (std::size_t direction = 0; direction < lines.size(); ++direction)
+        recordLinePolarity(lines[direction], lists[direction], static_cast<long>(direction), widths[direction], asked,
+                           impl.clientFromImage, *projections[direction], *diagObject);
 }
 
 void rankStreetLines(const qv_lineSets& lines, std::vector<qvDIJPair>& list, const qvStreetFinderParams& params,
-                     const qv_streetFinderImpl& impl, qvDiagObject* /*diagObject*/) {
+                     const qv_streetFinderImpl& impl, qvDiagObject* diagObject) {
     std::vector<std::vector<qvDIPair>> lists;
-    classifyStreetLines(lines, lists, params, impl);
+    classifyStreetLines(lines, lists, params, impl, diagObject);
     list.clear();
     list.reserve(kListReserve);
     for (std::size_t direction = 0; direction < lists.size(); ++direction)

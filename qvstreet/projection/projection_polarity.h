@@ -37,14 +37,25 @@ qvStreetFinderDefs::streetPolarity pairPolarity(const qvLineSeg& segment0, const
                                                 const qvTiledProjectionResult& projection, double centreMargin,
                                                 double sideMargin, double margin);
 
+/// The bins, cut to the profile, whose means `linePolarity` compares.
+struct qv_lineBins {
+    qvPair<long> centre;
+    qvPair<long> left;
+    qvPair<long> right;
+};
+qv_lineBins lineProfileBins(const qvLineFinderResults& line, double width, const qvXform<2>& clientTransform,
+                            const qvTiledProjectionResult& projection);
+
 /// The bins between two segments and those at either side of them, not yet cut to the profile.
 void pairProfileRanges(const qvLineSeg& segment0, const qvLineSeg& segment1, const qvTiledProjectionResult& projection,
                        double centreMargin, double sideMargin, qvRange& centre, qvRange& left, qvRange& right);
 
 /// Per direction, the lines that pass the polarity test of `params`, each with a grey value that is lower the more
 /// convincing the line is: the mean of a dark street, 255 less the mean of a light one, 0 where any polarity will do.
+/// @param diagObject  gets the ranges, the means and the verdicts; null for none
 void classifyStreetLines(const qv_lineSets& lines, std::vector<std::vector<qvDIPair>>& lists,
-                         const qvStreetFinderParams& params, const qv_streetFinderImpl& impl);
+                         const qvStreetFinderParams& params, const qv_streetFinderImpl& impl,
+                         qvDiagObject* diagObject = nullptr);
 
 /// The same as one flat list, direction 0 first; the grey value is in `cost`.
 void rankStreetLines(const qv_lineSets& lines, std::vector<qvDIJPair>& list, const qvStreetFinderParams& params,

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "qvstreet/platform/diagnostic_cells.h"
+#include "qvstreet/projection/single_street_records.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
 #include "qvstreet/streetfinder/street_results_access.h"
 
@@ -55,6 +57,45 @@ double unevenness(const qvLineSeg& s0, const qvLineSeg& s1, const qvTiledProject
 }
 
 double shortnessOf(double length, double found) { return (2.0 * length - found) / (2.0 * length); }
+
+/// How the pairs that `collectEdgePairs` did not take fell; it took `kept`.
+qv_edgePairCounts countEdgePairs(const std::vector<qvLineFinderResults>& lines, const qvPair<double>& range,
+                                 qvRadian angle, std::size_t kept) {
+    qv_edgePairCounts counts;
+    const auto missOf = [&](double separation) {
+        return std::max(range.first - separation, separation - range.second);
+    };
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        for (std::size_t j = i + 1; j < lines.size(); ++j) {
+            ++counts.tried;
+            const qvLineSeg& si = lines[i].segment();
+            const qvLineSeg& sj = lines[j].segment();
+            const double separation = midpointSeparation(si, sj, angle);
+            if (!(overlapAlong(si, sj) > 0.0)) {
+                ++counts.withoutOverlap;
+            } else if (!(separation > range.first && separation < range.second)) {
+                ++counts.outsideRange;
+                if (!(missOf(counts.nearestOutside) <= missOf(separation))) counts.nearestOutside = separation;
+            }
+        }
+    counts.kept = static_cast<long>(kept);
+    counts.wrongPolarity = counts.tried - counts.withoutOverlap - counts.outsideRange - counts.kept;
+    return counts;
+}
+
+qv_singleStreetRow edgePairRow(const qvPair<long>& pair, const std::vector<qvLineFinderResults>& lines, long direction,
+                               double separation, const qv_edgePairTerms& terms, double cost) {
+    qv_singleStreetRow row;
+    row.direction = direction;
+    row.lines = qf_cell(pair.first) + L" and " + qf_cell(pair.second);
+    row.segments = {lines[static_cast<std::size_t>(pair.first)].segment(),
+                    lines[static_cast<std::size_t>(pair.second)].segment()};
+    row.separation = qf_cell(separation);
+    row.terms = {terms.uniformity, terms.shortness, terms.skew, terms.widthError};
+    row.cost = cost;
+    row.hasCost = cost > 0.0;
+    return row;
+}
 
 /// The candidates in ascending order of cost, cut to the asked number.
 void keepCheapest(std::vector<qvDIJPair>& candidates, long maxResults) {
@@ -104,16 +145,25 @@ void collectEdgePairs(const std::vector<qvLineFinderResults>& lines, const qvPai
         }
 }
 
+qv_edgePairTerms edgePairTerms(const qvPair<long>& pair, const std::vector<qvLineFinderResults>& lines,
+                               const qvTiledProjectionResult& projection, double separation, double width,
+                               const qvPair<double>& range, double centreMargin, double imageDeviation, double length) {
+    const qvLineSeg& s0 = lines[static_cast<std::size_t>(pair.first)].segment();
+    const qvLineSeg& s1 = lines[static_cast<std::size_t>(pair.second)].segment();
+    qv_edgePairTerms terms;
+    terms.uniformity = unevenness(s0, s1, projection, centreMargin, imageDeviation);
+    terms.shortness = shortnessOf(length, s0.len() + s1.len());
+    terms.skew = 1.0 - std::fabs(s0.line().dir() * s1.line().dir());
+    terms.widthError = kWidthErrorWeight * widthDeviation(separation, width, range);
+    return terms;
+}
+
 double scoreEdgePair(const qvPair<long>& pair, const std::vector<qvLineFinderResults>& lines,
                      const qvTiledProjectionResult& projection, double separation, double width,
                      const qvPair<double>& range, double centreMargin, double imageDeviation, double length) {
-    const qvLineSeg& s0 = lines[static_cast<std::size_t>(pair.first)].segment();
-    const qvLineSeg& s1 = lines[static_cast<std::size_t>(pair.second)].segment();
-    const double uniformity = unevenness(s0, s1, projection, centreMargin, imageDeviation);
-    const double shortness = shortnessOf(length, s0.len() + s1.len());
-    const double skew = 1.0 - std::fabs(s0.line().dir() * s1.line().dir());
-    const double widthError = kWidthErrorWeight * widthDeviation(separation, width, range);
-    return (uniformity + shortness + skew + widthError) / 4.0;
+    const qv_edgePairTerms terms =
+        edgePairTerms(pair, lines, projection, separation, width, range, centreMargin, imageDeviation, length);
+    return (terms.uniformity + terms.shortness + terms.skew + terms.widthError) / 4.0;
 }
 
 void fillEdgePairResult(const qvPair<long>& pair, const std::vector<qvLineFinderResults>& lines, double score,
@@ -139,7 +189,7 @@ void fillLineResult(const qvLineFinderResults& line, double score, qvStreetFinde
 }
 
 void findSingleStreetFromEdges(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
-                               std::vector<qvStreetFinderSingleStreetResult>& results, qvDiagObject* /*diagObject*/) {
+                               std::vector<qvStreetFinderSingleStreetResult>& results, qvDiagObject* diagObject) {
     qf_assert(impl.lines.size() == 2 && impl.streetAngles.size() == 2, L"lines of two directions");
     const double imageDeviation = profileDeviation(impl.projectionAlong0);
     const std::array<double, 2> lengths = mappedImageLengths(impl);
@@ -156,16 +206,31 @@ void findSingleStreetFromEdges(const qv_streetFinderImpl& impl, const qvStreetFi
         collectEdgePairs(impl.lines[d], ranges[d], acrossAngles[d], params.streetPolarity(), kCentreMargin, kSideMargin,
                          *projections[d], pairs[d], separations[d]);
 
+    std::vector<qv_singleStreetRow> rows;
     std::vector<qvDIJPair> candidates;
     candidates.reserve(kCandidateReserve);
     for (std::size_t d = 0; d < 2; ++d)
         for (std::size_t k = 0; k < pairs[d].size(); ++k) {
             const double cost = scoreEdgePair(pairs[d][k], impl.lines[d], *projections[d], separations[d][k], widths[d],
                                               ranges[d], kCentreMargin, imageDeviation, lengths[d]);
+            if (diagObject != nullptr)
+                rows.push_back(
+                    edgePairRow(pairs[d][k], impl.lines[d], static_cast<long>(d), separations[d][k],
+                                edgePairTerms(pairs[d][k], impl.lines[d], *projections[d], separations[d][k], widths[d],
+                                              ranges[d], kCentreMargin, imageDeviation, lengths[d]),
+                                cost));
             // 0, negative and NaN costs are dropped; an infinite one stays and scores 0.
             if (cost > 0.0) candidates.push_back({cost, static_cast<long>(d), static_cast<long>(k)});
         }
 
+    if (diagObject != nullptr) {
+        recordSingleStreets(impl.image, rows, {L"unevenness", L"shortness", L"skew", L"width error"},
+                            params.maxResults(), *diagObject);
+        std::array<qv_edgePairCounts, 2> counts;
+        for (std::size_t d = 0; d < 2; ++d)
+            counts[d] = countEdgePairs(impl.lines[d], ranges[d], acrossAngles[d], pairs[d].size());
+        recordEdgePairs(counts, ranges, rows, projections, kCentreMargin, kSideMargin, *diagObject);
+    }
     keepCheapest(candidates, params.maxResults());
     results.resize(candidates.size());
     for (std::size_t k = 0; k < candidates.size(); ++k) {
@@ -186,6 +251,7 @@ void findSingleStreetFromLines(const qv_streetFinderImpl& impl, const qvStreetFi
     const auto lineOf = [&](const qvDIJPair& candidate) -> const qvLineFinderResults& {
         return impl.lines[static_cast<std::size_t>(candidate.direction)][static_cast<std::size_t>(candidate.index)];
     };
+    std::vector<qv_singleStreetRow> rows;
     for (qvDIJPair& candidate : candidates) {
         const qvLineFinderResults& line = lineOf(candidate);
         const double shortness =
@@ -193,7 +259,18 @@ void findSingleStreetFromLines(const qv_streetFinderImpl& impl, const qvStreetFi
         const double roughness = line.greyDeviation() / (imageDeviation + kLeastDeviation);
         const double brightness = candidate.cost / 255.0;
         candidate.cost = (shortness + roughness + brightness) / 3.0;
+        if (diagObject != nullptr)
+            rows.push_back({candidate.direction,
+                            qf_cell(candidate.index),
+                            {line.segment()},
+                            {},
+                            {shortness, roughness, brightness},
+                            candidate.cost,
+                            true});
     }
+    if (diagObject != nullptr)
+        recordSingleStreets(impl.image, rows, {L"shortness", L"roughness", L"brightness"}, params.maxResults(),
+                            *diagObject);
 
     keepCheapest(candidates, params.maxResults());
     results.resize(candidates.size());

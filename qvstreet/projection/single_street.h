@@ -10,6 +10,7 @@
 #include "qvstreet/streetfinder/street_results.h"
 
 /// Streets as pairs of edges at about the nominal width, best first, at most `maxResults`.
+/// @param diagObject  gets all candidates with their terms and what became of them; null for none. So below
 void findSingleStreetFromEdges(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
                                std::vector<qvStreetFinderSingleStreetResult>& results, qvDiagObject* diagObject);
 
@@ -27,6 +28,18 @@ void collectEdgePairs(const std::vector<qvLineFinderResults>& lines, const qvPai
                       qvStreetFinderDefs::streetPolarity polarity, double centreMargin, double sideMargin,
                       const qvTiledProjectionResult& projection, std::vector<qvPair<long>>& pairs,
                       std::vector<double>& separations);
+
+/// The terms of that cost, each 0 for a perfect pair.
+struct qv_edgePairTerms {
+    double uniformity = 0.0;
+    double shortness = 0.0;
+    double skew = 0.0;
+    /// A tenth of the width deviation.
+    double widthError = 0.0;
+};
+qv_edgePairTerms edgePairTerms(const qvPair<long>& pair, const std::vector<qvLineFinderResults>& lines,
+                               const qvTiledProjectionResult& projection, double separation, double width,
+                               const qvPair<double>& range, double centreMargin, double imageDeviation, double length);
 
 /// Cost of a pair of edges: the mean of its unevenness, shortness, skew and a tenth of its width deviation.
 /// @param imageDeviation standard deviation of the grey level over the image

@@ -17,6 +17,7 @@
 
 #include "qvstreet/platform/project_bins.h"
 #include "qvstreet/platform/sampling.h"
+#include "qvstreet/projection/projection_records.h"
 
 namespace {
 
@@ -217,7 +218,7 @@ const qvTiledProjectionOneResult& qvTiledProjectionResult::tile(long x, long y) 
 }
 
 void computeTiledProjection(const qvPelBuffer_const<unsigned char>& image, const qv_projectionParams& params,
-                            qvTiledProjectionResult& result, qvDiagObject*) {
+                            qvTiledProjectionResult& result, qvDiagObject* diagObject) {
     if (!image.isBound()) throw qvPel::UnboundWindow();
     Image view = image;
     const qvXform<2> clientFromImage = image.clientFromImageXform();
@@ -254,6 +255,7 @@ void computeTiledProjection(const qvPelBuffer_const<unsigned char>& image, const
                 dropRunningSums(tile);
         }
     }
+    if (diagObject != nullptr) recordProjection(params, result, *diagObject);
 }
 
 void computeStreetProjection(const qvPelBuffer_const<unsigned char>& image, const qv_projectionParams& params,

@@ -80,7 +80,7 @@ struct qvTiledProjectionResult {
 };
 
 /// Projects the image's window along the primary angle and replaces `result`.
-/// @param diagObject  reserved; pass null
+/// @param diagObject  gets the profile of each tile; null for none
 /// @throws qvPel::UnboundWindow for an unbound image; qvPel::BadSize for tile counts below 1 and for a tile whose
 ///         number of samples along a side is 0 or, after narrowing to 16 bits, negative; qvMatrixErr::Singular for a client
 ///         transform without inverse; qvInvariantFailure for a `tileSelector` other than 0

@@ -87,18 +87,19 @@ qv_ridgeLine makeRidgeLine(const qvLineFinderResults& line, long lineKey) {
 
 void runCandidatesOnce(qv_candidateStore& store, std::vector<CrossResult>& results,
                        std::vector<qv_ridgeLine>& flatLines, std::vector<long>& lineCounts,
-                       const qv_candidateContext& context, const qv_streetFinderImpl& impl, qv_streetTrace* trace) {
+                       const qv_candidateContext& context, const qv_streetFinderImpl& impl, qv_streetTrace* trace,
+                       qvDiagObject* diagObject) {
     if ((context.stageFlags & eWidthsKnown) == 0)
         return searchWidthCell(store, results, flatLines, lineCounts, context, impl, trace);
     if ((context.stageFlags & eMergeLines) != 0) mergeColinearLines(flatLines, lineCounts, context);
     store = qv_candidateStore();
-    dispatchCandidates(store, results, flatLines, lineCounts, context, impl, trace);
+    dispatchCandidates(store, results, flatLines, lineCounts, context, impl, trace, diagObject);
 }
 
 void runCandidateSearch(const qv_streetFinderImpl& impl, std::vector<qv_ridgeLine>& flatLines,
                         std::vector<long>& lineCounts, long runMode, long polarity, std::vector<CrossResult>& results,
                         const qvPair<double>& nominalWidth, const qvPair<double>& rangeX, const qvPair<double>& rangeY,
-                        long maxResults) {
+                        long maxResults, qvDiagObject* diagObject) {
     qv_streetTrace* const trace = impl.trace.get();
     const qv_traceFrame frame(trace);
     qv_candidateContext context = contextOf(impl, runMode, polarity, maxResults);
@@ -120,11 +121,11 @@ void runCandidateSearch(const qv_streetFinderImpl& impl, std::vector<qv_ridgeLin
     tolerances.widthLower = qvPair<double>(rangeX.first, rangeY.first);
     context.nominalWidth = nominalWidth;
     context.stageFlags |= eWidthsKnown;
-    runCandidatesOnce(store, results, flatLines, lineCounts, context, impl, trace);
+    runCandidatesOnce(store, results, flatLines, lineCounts, context, impl, trace, diagObject);
 }
 
 void findEdgePairCrosses(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
-                         std::vector<CrossResult>& results) {
+                         std::vector<CrossResult>& results, qvDiagObject* diagObject) {
     std::vector<qv_ridgeLine> flatLines;
     flatLines.reserve(kLineReserve);
     std::vector<long> lineCounts;
@@ -138,5 +139,5 @@ void findEdgePairCrosses(const qv_streetFinderImpl& impl, const qvStreetFinderPa
     lineCounts.resize(2, 0);
     runCandidateSearch(impl, flatLines, lineCounts, params.runMode(), params.streetPolarity(), results,
                        params.nominalStreetWidth(), params.nominalStreetWidthRangeX(),
-                       params.nominalStreetWidthRangeY(), params.maxResults());
+                       params.nominalStreetWidthRangeY(), params.maxResults(), diagObject);
 }

@@ -11,8 +11,9 @@
 
 /// Appends the crosses of the record's lines to `results`, best first. What the caller left in `results` counts towards
 /// `maxResults`, and new crosses keep their distance from it.
+/// @param diagObject  gets the counts of the stages and the terms of the final scores; null for none
 void findEdgePairCrosses(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
-                         std::vector<qvStreetFinderStreetCrossResult>& results);
+                         std::vector<qvStreetFinderStreetCrossResult>& results, qvDiagObject* diagObject = nullptr);
 
 /// The working form of one line. @param lineKey  its place in the flat list
 qv_ridgeLine makeRidgeLine(const qvLineFinderResults& line, long lineKey);
@@ -22,12 +23,14 @@ qv_ridgeLine makeRidgeLine(const qvLineFinderResults& line, long lineKey);
 void runCandidateSearch(const qv_streetFinderImpl& impl, std::vector<qv_ridgeLine>& flatLines,
                         std::vector<long>& lineCounts, long runMode, long polarity,
                         std::vector<qvStreetFinderStreetCrossResult>& results, const qvPair<double>& nominalWidth,
-                        const qvPair<double>& rangeX, const qvPair<double>& rangeY, long maxResults);
+                        const qvPair<double>& rangeX, const qvPair<double>& rangeY, long maxResults,
+                        qvDiagObject* diagObject = nullptr);
 
 /// Runs the stages as the context's flags say: as they stand, after merging colinear lines (which rewrites `flatLines`
 /// and `lineCounts`), or, without known widths, over a grid of one cell of widths.
 void runCandidatesOnce(qv_candidateStore& store, std::vector<qvStreetFinderStreetCrossResult>& results,
                        std::vector<qv_ridgeLine>& flatLines, std::vector<long>& lineCounts,
-                       const qv_candidateContext& context, const qv_streetFinderImpl& impl, qv_streetTrace* trace);
+                       const qv_candidateContext& context, const qv_streetFinderImpl& impl, qv_streetTrace* trace,
+                       qvDiagObject* diagObject = nullptr);
 
 #endif

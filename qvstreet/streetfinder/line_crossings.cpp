@@ -10,15 +10,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "qvstreet/candidates/canonical_cross.h"
 #include "qvstreet/projection/projection_polarity.h"
+#include "qvstreet/streetfinder/crossing_records.h"
 #include "qvstreet/streetfinder/street_results_access.h"
 
 namespace {
 
 using Access = qv_streetResultAccess;
 
-// Crossings nearer than this, client units, are one crossing found twice.
-constexpr double kLeastSeparation = 5.0;
 constexpr double kTextureWeight = 0.1;
 // Keeps the texture term finite on an image without contrast.
 constexpr double kLeastDeviation = 1e-6;
@@ -51,6 +51,21 @@ double pooledDeviation(const qvLineFinderResults& line0, const qvLineFinderResul
 
 }  // namespace
 
+qv_lineCrossingTerms lineCrossingTerms(const qvLineFinderResults& line0, double grey0, const qvLineFinderResults& line1,
+                                       double grey1, const qv_streetFinderImpl& impl) {
+    const qvLineSeg& seg0 = line0.segment();
+    const qvLineSeg& seg1 = line1.segment();
+    const qvVector<2> crossing = seg0.line().intersect(seg1.line());
+    const qvPair<double> sides = mappedSideLengths(impl.imageSize, impl.clientFromImage);
+    const double perimeter = (sides.first + sides.second) * 2.0;
+    qv_lineCrossingTerms terms;
+    terms.length = (2.0 * perimeter - (seg0.len() + seg1.len())) / (2.0 * perimeter);
+    terms.texture = pooledDeviation(line0, line1) / (impl.imageDeviation + kLeastDeviation);
+    terms.grey = (grey0 + grey1) * 0.5 / 255.0;
+    terms.outside = liesWithin(seg0, crossing) && liesWithin(seg1, crossing) ? 0.0 : 1.0;
+    return terms;
+}
+
 void scoreLineCrossing(qvStreetFinderStreetCrossResult& result, const qvLineFinderResults& line0, double grey0,
                        const qvLineFinderResults& line1, double grey1, const qv_streetFinderImpl& impl) {
     const qvLineSeg& seg0 = line0.segment();
@@ -63,15 +78,10 @@ void scoreLineCrossing(qvStreetFinderStreetCrossResult& result, const qvLineFind
     Access::lineSegs(result) = {seg1, seg0};
     Access::statusFlags(result) = qvStreetFinderDefs::eStreetFromLine;
 
-    const qvPair<double> sides = mappedSideLengths(impl.imageSize, impl.clientFromImage);
-    const double perimeter = (sides.first + sides.second) * 2.0;
-    const double lengthTerm = (2.0 * perimeter - (seg0.len() + seg1.len())) / (2.0 * perimeter);
-    const double textureTerm = pooledDeviation(line0, line1) / (impl.imageDeviation + kLeastDeviation);
-    const double greyTerm = (grey0 + grey1) * 0.5 / 255.0;
-    const double outsideTerm = liesWithin(seg0, crossing) && liesWithin(seg1, crossing) ? 0.0 : 1.0;
+    const qv_lineCrossingTerms terms = lineCrossingTerms(line0, grey0, line1, grey1, impl);
     // deliberate: four terms divided by 3; pinned by LineCrossings.FourTermsAreDividedByThree
     Access::score(result) =
-        std::exp(-(lengthTerm + kTextureWeight * textureTerm + greyTerm + outsideTerm) / kCostDivisor);
+        std::exp(-(terms.length + kTextureWeight * terms.texture + terms.grey + terms.outside) / kCostDivisor);
 }
 
 void selectTopCrossings(std::vector<qvStreetFinderStreetCrossResult>& results, long maxResults) {
@@ -80,15 +90,15 @@ void selectTopCrossings(std::vector<qvStreetFinderStreetCrossResult>& results, l
     kept.reserve(results.size());
     for (const qvStreetFinderStreetCrossResult& result : results) {
         if (static_cast<long>(kept.size()) >= maxResults) break;
-        if (isFarFromAll(kept, result.crossing(), kLeastSeparation)) kept.push_back(result);
+        if (isFarFromAll(kept, result.crossing(), qvLeastCrossSeparation)) kept.push_back(result);
     }
     results = std::move(kept);
 }
 
 void crossStreetLines(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
-                      std::vector<qvStreetFinderStreetCrossResult>& results) {
+                      std::vector<qvStreetFinderStreetCrossResult>& results, qvDiagObject* diagObject) {
     std::vector<std::vector<qvDIPair>> lists;
-    classifyStreetLines(impl.lines, lists, params, impl);
+    classifyStreetLines(impl.lines, lists, params, impl, diagObject);
     // Two lists once an image is bound, none after a binding that broke off.
     lists.resize(2);
     results.resize(lists[0].size() * lists[1].size());
@@ -97,6 +107,7 @@ void crossStreetLines(const qv_streetFinderImpl& impl, const qvStreetFinderParam
         for (const qvDIPair& entry1 : lists[1])
             scoreLineCrossing(results[k++], impl.lines[0][static_cast<std::size_t>(entry0.index)], entry0.value,
                               impl.lines[1][static_cast<std::size_t>(entry1.index)], entry1.value, impl);
+    if (diagObject != nullptr) recordLineCrossings(impl, lists, results, params.maxResults(), *diagObject);
     selectTopCrossings(results, params.maxResults());
 }
 

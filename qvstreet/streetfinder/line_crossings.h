@@ -10,10 +10,25 @@
 #include "qvstreet/streetfinder/street_finder_params.h"
 #include "qvstreet/streetfinder/street_results.h"
 
+/// The terms of one crossing's cost, each 0 for a perfect one.
+struct qv_lineCrossingTerms {
+    /// How much of the image's perimeter the two lines leave out.
+    double length = 0.0;
+    /// How uneven their grey level is, against the image's deviation; counts a tenth.
+    double texture = 0.0;
+    /// Their grey value, of 255.
+    double grey = 0.0;
+    /// 1 where the crossing lies beyond an end of a line.
+    double outside = 0.0;
+};
+qv_lineCrossingTerms lineCrossingTerms(const qvLineFinderResults& line0, double grey0, const qvLineFinderResults& line1,
+                                       double grey1, const qv_streetFinderImpl& impl);
+
 /// Crosses the lines that pass the polarity test, direction 0 in the outer loop, and scores each crossing. Replaces
 /// `results`.
+/// @param diagObject  gets the polarity tests and all crossings with their terms; null for none
 void crossStreetLines(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
-                      std::vector<qvStreetFinderStreetCrossResult>& results);
+                      std::vector<qvStreetFinderStreetCrossResult>& results, qvDiagObject* diagObject = nullptr);
 
 /// Fills `result` from one line of each direction and their grey values (see `classifyStreetLines`).
 void scoreLineCrossing(qvStreetFinderStreetCrossResult& result, const qvLineFinderResults& line0, double grey0,

@@ -9,6 +9,8 @@
 #include <array>
 #include <cmath>
 
+#include "qvstreet/streetfinder/line_records.h"
+
 namespace {
 
 using Defs = qvStreetFinderDefs;
@@ -91,7 +93,7 @@ std::array<qv_gaborSpec, 2> filterSpecs(const qv_streetFinderImpl& impl, const q
 
 void extractStreetLines(const qv_streetFinderImpl& impl, const qvPair<double>& width, Defs::waferType runMode,
                         const std::vector<qvDegree>& angles, double edgeSharpness, double filterScale,
-                        std::vector<std::vector<qvLineFinderResults>>& result) {
+                        std::vector<std::vector<qvLineFinderResults>>& result, qvDiagObject* diagObject) {
     const qv_traceFrame frame(impl.trace.get());
     const FilterSpecs specs = filterSpecs(impl, width, runMode, angles, edgeSharpness, filterScale);
 
@@ -102,16 +104,17 @@ void extractStreetLines(const qv_streetFinderImpl& impl, const qvPair<double>& w
         request.lineGroup = impl.ridgeParams.lineGroup;
         request.keepPoints = hasRidgeStreets(runMode);
         std::vector<std::vector<qvLineFinderResults>> lines;
-        runLineFinder(impl.spectrum, request, {angles[direction]}, lines);
+        runLineFinder(impl.spectrum, request, {angles[direction]}, lines, diagObject, static_cast<long>(direction));
         found[direction] = std::move(lines[0]);
     }
     result = std::move(found);
 }
 
 void buildLineSets(const qv_streetFinderImpl& impl, const qvPair<double>& width, Defs::waferType runMode,
-                   double edgeSharpness, double filterScale, std::vector<std::vector<qvLineFinderResults>>& lines) {
+                   double edgeSharpness, double filterScale, std::vector<std::vector<qvLineFinderResults>>& lines,
+                   qvDiagObject* diagObject) {
     std::vector<std::vector<qvLineFinderResults>> found;
-    extractStreetLines(impl, width, runMode, impl.streetAngles, edgeSharpness, filterScale, found);
+    extractStreetLines(impl, width, runMode, impl.streetAngles, edgeSharpness, filterScale, found, diagObject);
 
     const double f = impl.tolerances.minLineLengthFraction;
     const double imageWidth = static_cast<double>(impl.imageSize.first);
@@ -124,5 +127,6 @@ void buildLineSets(const qv_streetFinderImpl& impl, const qvPair<double>& width,
     std::vector<std::vector<qvLineFinderResults>> kept(2);
     filterShortLines(found[0], minLength0, kept[0]);
     filterShortLines(found[1], minLength1, kept[1]);
+    if (diagObject != nullptr) recordLines(impl.image, found, {minLength0, minLength1}, *diagObject);
     lines = std::move(kept);
 }

@@ -17,8 +17,10 @@ bool rotationIsWithin(const qvPelBuffer_const<unsigned char>& image, double limi
 /// Extracts the lines of both directions and keeps the long ones: longer than `minLineLengthFraction` of the image's
 /// height in direction 0 and of its width in direction 1.
 /// @param width nominal street widths, client units
+/// @param diagObject  gets the responses, the lines kept and the lines dropped; null for none
 void buildLineSets(const qv_streetFinderImpl& impl, const qvPair<double>& width, qvStreetFinderDefs::waferType runMode,
-                   double edgeSharpness, double filterScale, std::vector<std::vector<qvLineFinderResults>>& lines);
+                   double edgeSharpness, double filterScale, std::vector<std::vector<qvLineFinderResults>>& lines,
+                   qvDiagObject* diagObject = nullptr);
 
 /// The filters of the two directions. No length is below two sample pels, the shortest that the sampled image can
 /// carry. In a run mode outside the three usual ones, or without `qvSizesFromParams`, both are the default filter.
@@ -32,8 +34,8 @@ std::array<qv_gaborSpec, 2> filterSpecs(const qv_streetFinderImpl& impl, const q
 /// @throws qvInvariantFailure unless there are exactly two angles
 void extractStreetLines(const qv_streetFinderImpl& impl, const qvPair<double>& width,
                         qvStreetFinderDefs::waferType runMode, const std::vector<qvDegree>& angles,
-                        double edgeSharpness, double filterScale,
-                        std::vector<std::vector<qvLineFinderResults>>& result);
+                        double edgeSharpness, double filterScale, std::vector<std::vector<qvLineFinderResults>>& result,
+                        qvDiagObject* diagObject = nullptr);
 
 /// Appends to `kept`, in order, the lines strictly longer than `minLength` client units.
 void filterShortLines(const std::vector<qvLineFinderResults>& list, double minLength,

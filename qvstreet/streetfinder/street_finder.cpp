@@ -14,6 +14,8 @@
 
 #include "qvstreet/frontend/orientation.h"
 #include "qvstreet/frontend/spectrum.h"
+#include "qvstreet/frontend/spectrum_records.h"
+#include "qvstreet/platform/diagnostics.h"
 #include "qvstreet/projection/crossing_refinement.h"
 #include "qvstreet/projection/projection_polarity.h"
 #include "qvstreet/projection/single_street.h"
@@ -22,6 +24,7 @@
 #include "qvstreet/streetfinder/line_crossings.h"
 #include "qvstreet/streetfinder/line_sets.h"
 #include "qvstreet/streetfinder/mode_constants.h"
+#include "qvstreet/streetfinder/street_finder_access.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
 
 namespace {
@@ -58,18 +61,28 @@ void bindImage(qv_streetFinderImpl& impl, const qvPelBuffer_const<unsigned char>
     impl.imageSize = qvPair<long>(image.width(), image.height());
 }
 
-void chooseStreetDirections(qv_streetFinderImpl& impl) {
-    findDominantAngles(impl.spectrum, impl.angleParams, impl.angles, impl.angleScores);
+void chooseStreetDirections(qv_streetFinderImpl& impl, qvDiagObject* diagObject) {
+    findDominantAngles(impl.spectrum, impl.angleParams, impl.angles, impl.angleScores, diagObject);
     impl.streetAngles.resize(2);
     selectStreetAngles(impl.angles, impl.angleScores, impl.angleScoreRatio, impl.clientFromImage.inverse(),
                        impl.streetAngles[0], impl.streetAngles[1]);
+    if (diagObject != nullptr)
+        recordStreetDirections(impl.spectrum, impl.image, impl.angles, impl.angleScores, impl.angleScoreRatio,
+                               impl.streetAngles[0], impl.streetAngles[1], *diagObject);
 }
 
-void projectAlongStreets(qv_streetFinderImpl& impl) {
+/// Gives the record that a stage has just left a title of its own.
+void nameLastRecord(qvDiagObject* diagObject, const wchar_t* title) {
+    if (diagObject != nullptr) diagObject->diagRecord(diagObject->numRecords() - 1).recordAnnotation(title);
+}
+
+void projectAlongStreets(qv_streetFinderImpl& impl, qvDiagObject* diagObject) {
     const qvDegree direction0 = impl.streetAngles[0];
     const qvDegree direction1 = impl.streetAngles[1];
-    computeStreetProjection(impl.image, projectionRequest(direction1, direction0), impl.projectionAlong0, nullptr);
-    computeStreetProjection(impl.image, projectionRequest(direction0, direction1), impl.projectionAlong1, nullptr);
+    computeStreetProjection(impl.image, projectionRequest(direction1, direction0), impl.projectionAlong0, diagObject);
+    nameLastRecord(diagObject, L"Projection, direction 0");
+    computeStreetProjection(impl.image, projectionRequest(direction0, direction1), impl.projectionAlong1, diagObject);
+    nameLastRecord(diagObject, L"Projection, direction 1");
     impl.imageDeviation = profileDeviation(impl.projectionAlong0);
 }
 
@@ -125,47 +138,63 @@ qvStreetFinder::~qvStreetFinder() = default;
 
 const qvStreetFinderParams& qvStreetFinder::runParams() const { return runParams_; }
 
-void qvStreetFinder::setImage(const qvPelBuffer_const<unsigned char>& image) {
+void qf_setImage(qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
+                 const qvPelBuffer_const<unsigned char>& image, qv_stageWatch& watch) {
     if (!image.isBound()) throw Defs::UnboundImage(L"Image is unbound.");
     if (!rotationIsWithin(image, kMostRotation)) throw Defs::BadParams(L"Image rotation greater then 5 degree");
 
-    qv_streetFinderImpl& impl = *impl_;
     forgetFormerImage(impl);
     impl.flags |= qvSizesFromParams;
-    setModeConstants(impl, runParams_.runMode(), runParams_.streetPolarity());
+    setModeConstants(impl, params.runMode(), params.streetPolarity());
     bindImage(impl, image);
 
-    prepareSpectrum(impl.spectrum, image, impl.spectrumParams);
-    chooseStreetDirections(impl);
-    projectAlongStreets(impl);
-    buildLineSets(impl, runParams_.nominalStreetWidth(), runParams_.runMode(), runParams_.edgeSharpness(),
-                  impl.filterScale, impl.lines);
+    prepareSpectrum(impl.spectrum, image, impl.spectrumParams, watch.stage(L"Spectrum"));
+    chooseStreetDirections(impl, watch.stage(L"Street Directions"));
+    projectAlongStreets(impl, watch.stage(L"Projections"));
+    buildLineSets(impl, params.nominalStreetWidth(), params.runMode(), params.edgeSharpness(), impl.filterScale,
+                  impl.lines, watch.stage(L"Lines"));
 }
 
-void qvStreetFinder::find(std::vector<qvStreetFinderStreetCrossResult>& results) {
-    const qv_streetFinderImpl& impl = *impl_;
+void qf_find(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
+             std::vector<qvStreetFinderStreetCrossResult>& results, qv_stageWatch& watch) {
     requireImage(impl);
-    if (streetsShowAsLines(runParams_.runMode())) {
-        crossStreetLines(impl, runParams_, results);
+    if (streetsShowAsLines(params.runMode())) {
+        crossStreetLines(impl, params, results, watch.stage(L"Crossings"));
     } else {
-        findEdgePairCrosses(impl, runParams_, results);
+        findEdgePairCrosses(impl, params, results, watch.stage(L"Crossings"));
     }
-    refineCrossings(results, impl, runParams_.runMode(), runParams_.streetPolarity(), runParams_.nominalStreetWidth());
+    refineCrossings(results, impl, params.runMode(), params.streetPolarity(), params.nominalStreetWidth(),
+                    watch.stage(L"Refinement"));
     mapResultsToClient(results, impl);
 }
 
-void qvStreetFinder::findSingleStreet(std::vector<qvStreetFinderSingleStreetResult>& results) {
-    const qv_streetFinderImpl& impl = *impl_;
+void qf_findSingleStreet(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
+                         std::vector<qvStreetFinderSingleStreetResult>& results, qv_stageWatch& watch) {
     requireImage(impl);
     if (!isComplete(impl)) {
         results.clear();
         return;
     }
-    if (runParams_.runMode() == Defs::eEdgePairWafer) {
-        findSingleStreetFromEdges(impl, runParams_, results, nullptr);
+    if (params.runMode() == Defs::eEdgePairWafer) {
+        findSingleStreetFromEdges(impl, params, results, watch.stage(L"Single Streets"));
     } else {
-        findSingleStreetFromLines(impl, runParams_, results, nullptr);
+        findSingleStreetFromLines(impl, params, results, watch.stage(L"Single Streets"));
     }
+}
+
+void qvStreetFinder::setImage(const qvPelBuffer_const<unsigned char>& image) {
+    qv_stageWatch nobody;
+    qf_setImage(*impl_, runParams_, image, nobody);
+}
+
+void qvStreetFinder::find(std::vector<qvStreetFinderStreetCrossResult>& results) {
+    qv_stageWatch nobody;
+    qf_find(*impl_, runParams_, results, nobody);
+}
+
+void qvStreetFinder::findSingleStreet(std::vector<qvStreetFinderSingleStreetResult>& results) {
+    qv_stageWatch nobody;
+    qf_findSingleStreet(*impl_, runParams_, results, nobody);
 }
 
 void qvStreetFinder::getAngles(long cnt, std::vector<qvRadian>& angles) {
@@ -187,4 +216,16 @@ qvPair<double> qvStreetFinder::getStartPoint(long index) const {
 
 qvPair<double> qvStreetFinder::getEndPoint(long index) const {
     return asPair(segmentAt(*impl_, index, getLineCount()).p2());
+}
+
+void qvStreetFinder::customize(const std::wstring& option) {
+    std::unique_ptr<qv_streetTrace>& trace = impl_->trace;
+    if (option.compare(0, 2, L"DP") == 0) {
+        if (!trace) trace = std::make_unique<qv_streetTrace>();
+        trace->enabled = true;
+        nameTraceFile(*trace, option.substr(3) + L".trace");
+        emptyTraceFile(*trace);
+    } else if (option == L"DO") {
+        trace.reset();
+    }
 }

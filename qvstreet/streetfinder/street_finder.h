@@ -4,6 +4,7 @@
 #define QVSTREET_STREETFINDER_STREET_FINDER_H
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "qvstreet/platform/angle.h"
@@ -70,6 +71,14 @@ class QV_EXPORT qvStreetFinder {
     ///         direction 1 cannot be asked for, and for `getLineCount()` itself
     qvPair<double> getStartPoint(long index) const;
     qvPair<double> getEndPoint(long index) const;
+
+    /// Switches the trace: plain text about every candidate that `find` weighs in the edge pair mode, for those who
+    /// develop the finder. It changes no result. "DP " and a path (the third character may be any) switch it on, into
+    /// the file of that name and ".trace", which is emptied; from then on every `find` appends to it. "DO" switches it
+    /// off. Everything else is ignored, and so is a file that cannot be written: nothing is traced then. Each character
+    /// of the path counts as one byte.
+    /// @throws std::out_of_range for "DP" alone; the trace is on then, into the file it had before, if any
+    void customize(const std::wstring& option);
 
  private:
     friend struct qv_streetFinderAccess;

@@ -4,7 +4,9 @@
 #define QVSTREET_STREETFINDER_STREET_FINDER_ACCESS_H
 
 #include <memory>
+#include <vector>
 
+#include "qvstreet/streetfinder/stage_watch.h"
 #include "qvstreet/streetfinder/street_finder.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
 
@@ -16,6 +18,15 @@ struct qv_streetFinderAccess {
     }
     static void assign(qvStreetFinder& to, const qvStreetFinder& from) { to = from; }
 };
+
+/// What the three calls of a finder do, on its record and its parameters, and tell to `watch` on the way.
+/// @throws as `setImage`, `find` and `findSingleStreet`
+void qf_setImage(qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
+                 const qvPelBuffer_const<unsigned char>& image, qv_stageWatch& watch);
+void qf_find(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
+             std::vector<qvStreetFinderStreetCrossResult>& results, qv_stageWatch& watch);
+void qf_findSingleStreet(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
+                         std::vector<qvStreetFinderSingleStreetResult>& results, qv_stageWatch& watch);
 
 /// The record of a finder, read only.
 inline const qv_streetFinderImpl& qf_finderRecord(const qvStreetFinder& finder) {

@@ -26,6 +26,13 @@ struct qv_streetTrace {
     qv_streetTrace& operator=(const qv_streetTrace&) = delete;
 };
 
+/// Gives the record a new file name. A stream that an exception left open is closed, so that the next frame opens the
+/// new file.
+void nameTraceFile(qv_streetTrace& trace, const std::wstring& name);
+
+/// Empties the record's file, or makes an empty one. @returns whether the file can be written
+bool emptyTraceFile(const qv_streetTrace& trace);
+
 /// Whether text written now goes anywhere. Stages build none otherwise.
 inline bool isTracing(const qv_streetTrace* trace) {
     return trace != nullptr && trace->enabled && trace->stream.is_open();

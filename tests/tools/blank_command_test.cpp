@@ -155,8 +155,8 @@ TEST(BlankCommandLine, EachRefusalNamesOptionValueAndWhatIsAllowed) {
 TEST(BlankCommandLine, EachSubcommandHasItsOwnOptions) {
     EXPECT_EQ(refused({"--width", "3"}),
               "'--width' is not an option; allowed are --street-width, --min-length, --direction, --mask, "
-              "--grey-weights, --max, --json, --overlay, --help");
-    EXPECT_EQ(refused({"--report", "r.html"}).substr(0, 27), "'--report' is not an option");
+              "--grey-weights, --report, --max, --json, --overlay, --help");
+    EXPECT_EQ(refused({"--trace", "t"}).substr(0, 26), "'--trace' is not an option");
     EXPECT_EQ(refused({"--width="}).substr(0, 27), "'--width=' is not an option");
     const ParsedCommandLine find = parseCommandLine({"find", "--street-width", "3", "a.png"});
     EXPECT_EQ(find.message.substr(0, 33), "'--street-width' is not an option");
@@ -165,10 +165,10 @@ TEST(BlankCommandLine, EachSubcommandHasItsOwnOptions) {
 TEST(BlankCommandLine, HelpShowsItsOptionsAndNoOthers) {
     const std::string help = parseCommandLine({"blank", "--help"}).output;
     for (const char* words : {"--street-width", "--min-length", "--direction", "--mask", "--grey-weights", "--max",
-                              "--json", "--overlay", "Examples:", "Exit status: 0 ran"}) {
+                              "--json", "--overlay", "--report", "Examples:", "Exit status: 0 ran"}) {
         EXPECT_NE(help.find(words), std::string::npos) << words;
     }
-    for (const char* words : {"--mode", "--width ", "--client", "--report"}) {
+    for (const char* words : {"--mode", "--width ", "--client", "--trace"}) {
         EXPECT_EQ(help.find(words), std::string::npos) << words;
     }
     EXPECT_NE(parseCommandLine({"--help"}).output.find("blank"), std::string::npos);

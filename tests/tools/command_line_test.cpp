@@ -167,15 +167,15 @@ TEST(CommandLine, MissingAndRepeatedValues) {
 TEST(CommandLine, UnknownOptionsAndSubcommands) {
     EXPECT_EQ(refused({"--bogus"}),
               "'--bogus' is not an option; allowed are --mode, --width, --range-x, --range-y, --sharpness, --polarity, "
-              "--max, --client, --json, --overlay, --help");
+              "--max, --client, --json, --overlay, --trace, --help");
     EXPECT_EQ(refused({"-x"}).substr(0, 21), "'-x' is not an option");
     EXPECT_EQ(refused({"--wid", "3"}).substr(0, 24), "'--wid' is not an option");
     EXPECT_EQ(refusedCall({"bogus", "a.png"}),
-              "'bogus' is not a subcommand; allowed are find, streets, angles and blank, --help and --version (see "
-              "qvstreet --help)");
+              "'bogus' is not a subcommand; allowed are find, streets, angles, inspect and blank, --help and --version "
+              "(see qvstreet --help)");
     EXPECT_EQ(refusedCall({"--mode", "ridge", "find", "a.png"}).substr(0, 30), "'--mode' is not an option here");
     EXPECT_EQ(refusedCall({}),
-              "no subcommand was given; allowed are find, streets, angles and blank (see qvstreet --help)");
+              "no subcommand was given; allowed are find, streets, angles, inspect and blank (see qvstreet --help)");
     EXPECT_EQ(refusedCall({"find"}), "no image was given; allowed is one or more image files");
     EXPECT_EQ(refusedCall({"find", "--"}), "no image was given; allowed is one or more image files");
 }

@@ -2,11 +2,13 @@
 
 #include "tests/tools/image_encoders.h"
 #include "tools/image_file.h"
+#include "tools/sketch_svg.h"
 #include "tools/stroke_font.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 using namespace qvtool;
@@ -15,34 +17,51 @@ namespace {
 
 const std::array<double, 6> kIdentity = {1, 0, 0, 1, 0, 0};
 
-ImageReport crossingReport(long width, long height) {
+/// A report of one crossing of lines at (200, 100) with its score, as the finder's run leaves it.
+ImageReport crossingReport(long width, long height, const qvVector<2>& at = {200, 100}) {
     ImageReport report;
     report.image = "a<b>&\"c\".png";
     report.mode = Mode::coarse;
     report.width = width;
     report.height = height;
-    Crossing crossing;
-    crossing.centre = {200, 100};
-    crossing.ul = crossing.ur = crossing.ll = crossing.lr = crossing.centre;
-    crossing.score = 0.816;
-    crossing.segments = {{{200, 0}, {200, 300}}, {{0, 100}, {400, 100}}};
-    crossing.fromEdges = false;
-    report.crossings.emplace({crossing});
+    report.crossings.emplace(1);
+    qvUITablet tablet;
+    tablet.drawLineSeg({200, 0}, {200, 300}, qvColor::greenColor, qvUITablet::eOverlayLayer);
+    tablet.drawPointIcon(at, qvColor::redColor, qvUITablet::eOverlayLayer);
+    tablet.drawText(at, L"0.82", qvColor::yellowColor, qvUITablet::eLabelLayer);
+    report.drawing.layers.push_back({"crossings", tablet.sketch(), qvDisplay::eClientCoordinates});
+    report.drawing.legend.push_back({{qvShape::ePointIcon}, qvColor::redColor, "1 crossing, with score"});
     return report;
 }
 
 template <typename T>
-std::vector<T> shapesOf(const Overlay& overlay) {
+std::vector<T> marksOfKind(const Overlay& overlay, long width, long height) {
     std::vector<T> found;
-    for (const Shape& shape : overlay.shapes) {
-        if (const T* one = std::get_if<T>(&shape)) found.push_back(*one);
+    for (const MarkedSketch& sketch : overlayMarks(overlay, width, height)) {
+        for (const MarkedLayer& layer : sketch.layers) {
+            for (const Mark& mark : layer.marks) {
+                if (const T* one = std::get_if<T>(&mark)) found.push_back(*one);
+            }
+        }
     }
     return found;
 }
 
-bool hasText(const Overlay& overlay, const std::string& text) {
-    const auto texts = shapesOf<TextShape>(overlay);
-    return std::any_of(texts.begin(), texts.end(), [&](const TextShape& shape) { return shape.text == text; });
+template <typename T>
+std::vector<T> marksOfKind(const ImageReport& report) {
+    return marksOfKind<T>(layOutOverlay(report, kIdentity), report.width, report.height);
+}
+
+bool hasText(const ImageReport& report, const std::string& text) {
+    const auto texts = marksOfKind<TextMark>(report);
+    return std::any_of(texts.begin(), texts.end(), [&](const TextMark& mark) { return mark.text == text; });
+}
+
+/// An overlay of what is drawn in pels of the image, without a legend.
+Overlay overlayOf(const qvUITablet& tablet) {
+    Overlay overlay;
+    overlay.layers.push_back({"test", tablet.sketch(), qvDisplay::eImageCoordinates});
+    return overlay;
 }
 
 GreyImage uniform(long width, long height, unsigned char grey) {
@@ -99,168 +118,133 @@ bool isBalanced(const std::string& xml) {
 
 }  // namespace
 
-TEST(Overlay, CrossingsHaveTheirStreetsARingAndTheirScore) {
-    const Overlay overlay = layOutOverlay(crossingReport(800, 600), kIdentity);
-    const auto rings = shapesOf<RingShape>(overlay);
-    ASSERT_GE(rings.size(), 1U);
-    EXPECT_EQ(rings[0].centre.x, 200);
-    EXPECT_EQ(rings[0].centre.y, 100);
-    EXPECT_EQ(rings[0].hint, "x 200, y 100, score 0.816");
-    EXPECT_TRUE(hasText(overlay, "0.82"));
-    EXPECT_TRUE(hasText(overlay, "1 crossing, with score"));
-    EXPECT_TRUE(hasText(overlay, "qvstreet find, mode coarse"));
-    EXPECT_FALSE(hasText(overlay, "corner"));
+TEST(Overlay, ShowsTheReportsDrawingUnderALegend) {
+    const ImageReport report = crossingReport(800, 600);
+    EXPECT_EQ(marksOfKind<RingMark>(report).at(0).centre.x, 200);
+    EXPECT_TRUE(hasText(report, "0.82"));
+    EXPECT_TRUE(hasText(report, "1 crossing, with score"));
+    EXPECT_TRUE(hasText(report, "qvstreet find, mode coarse"));
+    const auto sketches = overlayMarks(layOutOverlay(report, kIdentity), 800, 600);
+    ASSERT_EQ(sketches.size(), 2U);
+    EXPECT_EQ(sketches[0].name, "crossings");
+    EXPECT_EQ(sketches[1].name, "legend");
 }
 
-TEST(Overlay, ClientResultsAreDrawnInTheImageFrame) {
-    // client = [2 0; 0.5 -4] * image + (100, 50): image (30, 20) is client (160, -15).
-    ImageReport report = crossingReport(800, 600);
-    report.crossings->front().centre = {160, -15};
-    const Overlay overlay = layOutOverlay(report, {2, 0, 0.5, -4, 100, 50});
-    EXPECT_DOUBLE_EQ(shapesOf<RingShape>(overlay)[0].centre.x, 30);
-    EXPECT_DOUBLE_EQ(shapesOf<RingShape>(overlay)[0].centre.y, 20);
-}
-
-TEST(Overlay, ALineSharedByCrossingsIsDrawnOnce) {
-    ImageReport report = crossingReport(800, 600);
-    const std::size_t one = shapesOf<LineShape>(layOutOverlay(report, kIdentity)).size();
-    report.crossings->push_back(report.crossings->front());
-    EXPECT_EQ(shapesOf<LineShape>(layOutOverlay(report, kIdentity)).size(), one);
-}
-
-TEST(Overlay, CrossingsFromEdgesShowTheirCorners) {
-    ImageReport report = crossingReport(800, 600);
-    report.crossings->front().fromEdges = true;
-    EXPECT_TRUE(hasText(layOutOverlay(report, kIdentity), "corner"));
-}
-
-TEST(Overlay, StreetsShowSegmentsAndScores) {
-    ImageReport report;
-    report.subcommand = Subcommand::streets;
-    report.width = 800;
-    report.height = 600;
-    Street street;
-    street.score = 0.5;
-    street.segments = {{{0, 100}, {400, 100}}, {{0, 110}, {400, 110}}};
-    report.streets.emplace({street, street});
-    const Overlay overlay = layOutOverlay(report, kIdentity);
-    EXPECT_TRUE(hasText(overlay, "0.50"));
-    EXPECT_TRUE(hasText(overlay, "2 streets, with score"));
-    const auto lines = shapesOf<LineShape>(overlay);
-    EXPECT_EQ(lines.at(1).from.y, 110);
-}
-
-TEST(Overlay, BlankRegionsAreBoxesWithTheirScoresInTheMiddle) {
+TEST(Overlay, BlankRegionsHaveNoMode) {
     ImageReport report;
     report.subcommand = Subcommand::blank;
-    report.width = 800;
-    report.height = 300;
-    BlankRegion region;
-    region.x = 100;
-    region.y = 50;
-    region.width = 400;
-    region.height = 80;
-    region.score = 0.816;
-    region.blankness = 0.5;
-    report.blankRegions.emplace({region});
-    // Pels of the image, so a client transform plays no part.
-    const Overlay overlay = layOutOverlay(report, {2, 0, 0, 3, 5, 7});
-    const auto boxes = shapesOf<BoxShape>(overlay);
-    ASSERT_EQ(boxes.size(), 1U);
-    EXPECT_EQ(boxes[0].upperLeft.x, 100);
-    EXPECT_EQ(boxes[0].upperLeft.y, 50);
-    EXPECT_EQ(boxes[0].width, 400);
-    EXPECT_EQ(boxes[0].height, 80);
-    EXPECT_EQ(boxes[0].hint, "x 100, y 50, 400 by 80, score 0.816, blankness 0.5");
-    const TextShape label = shapesOf<TextShape>(overlay).at(0);
-    EXPECT_EQ(label.text, "0.82");
-    EXPECT_NEAR(label.baseline.x + 0.5 * textWidth(label.text, label.size), 300, 1e-9);
-    EXPECT_NEAR(label.baseline.y - 0.36 * label.size, 90, 1e-9);
-    EXPECT_TRUE(hasText(overlay, "1 blank region, with score"));
-    EXPECT_TRUE(hasText(overlay, "qvstreet blank"));
-}
-
-TEST(Overlay, TheScoreOfAStreetStandsNearItsUpperLeftEndWhicheverWayItRuns) {
-    ImageReport report;
-    report.subcommand = Subcommand::streets;
     report.width = 1000;
-    report.height = 1000;
-    Street street;
-    street.segments = {{{1000, 400}, {0, 400}}};
-    report.streets.emplace({street});
-    const TextShape label = shapesOf<TextShape>(layOutOverlay(report, kIdentity)).at(0);
-    EXPECT_GT(label.baseline.x, 50);
-    EXPECT_LT(label.baseline.x, 150);
-    EXPECT_LT(label.baseline.y, 400);
+    report.height = 600;
+    report.blankRegions.emplace({BlankRegion{30, 10, 200, 48, 0.75, 1.0}});
+    EXPECT_TRUE(hasText(report, "qvstreet blank"));
+    EXPECT_TRUE(hasText(report, "1 blank region, with score"));
 }
 
-TEST(Overlay, AnglesRunThroughTheImageCentreAndMirroredFramesMirrorThem) {
+TEST(Overlay, AScoreStandsInTheMiddleOfItsBlankRegion) {
+    ImageReport report;
+    report.subcommand = Subcommand::blank;
+    report.width = 1600;
+    report.height = 400;
+    report.blankRegions.emplace({BlankRegion{300, 100, 200, 48, 0.75, 1.0}});
+    const TextMark score = marksOfKind<TextMark>(report).at(0);
+    EXPECT_EQ(score.text, "0.75");
+    EXPECT_NEAR(score.baseline.x + 0.5 * textWidth(score.text, score.size), 400, 1e-9);
+    EXPECT_NEAR(score.baseline.y - 0.36 * score.size, 124, 1e-9);
+}
+
+TEST(Overlay, AnglesAreDrawnFromTheReport) {
     ImageReport report;
     report.subcommand = Subcommand::angles;
     report.width = 800;
     report.height = 600;
     const std::vector<ScoredAngle> angles = {{45.0, 10.0}};
     report.angles = angles;
-    const LineShape plain = shapesOf<LineShape>(layOutOverlay(report, kIdentity)).at(0);
-    EXPECT_NEAR(plain.from.x + plain.to.x, 800, 1e-9);
-    EXPECT_NEAR(plain.from.y + plain.to.y, 600, 1e-9);
-    EXPECT_NEAR((plain.to.y - plain.from.y) / (plain.to.x - plain.from.x), 1.0, 1e-12);
-    const LineShape mirrored = shapesOf<LineShape>(layOutOverlay(report, {1, 0, 0, -1, 0, 0})).at(0);
-    EXPECT_NEAR((mirrored.to.y - mirrored.from.y) / (mirrored.to.x - mirrored.from.x), -1.0, 1e-12);
-    EXPECT_TRUE(hasText(layOutOverlay(report, kIdentity), "45.0"));
+    EXPECT_TRUE(hasText(report, "45.0"));
+    EXPECT_TRUE(hasText(report, "best two angles, degrees"));
 }
 
-TEST(Overlay, OfManyAnglesTwelveAreDrawn) {
-    ImageReport report;
-    report.subcommand = Subcommand::angles;
-    report.width = 1000;
-    report.height = 1000;
-    std::vector<ScoredAngle> angles;
-    for (int i = 0; i < 40; ++i) angles.push_back({i * 4.0, 100.0 - i});
-    report.angles = angles;
-    const Overlay overlay = layOutOverlay(report, kIdentity);
-    // Twelve directions and the two lines of the legend.
-    EXPECT_EQ(shapesOf<LineShape>(overlay).size(), 14U);
-    EXPECT_TRUE(hasText(overlay, "12 of 40 angles in all"));
+TEST(Overlay, ClientResultsAreDrawnInTheImageFrame) {
+    // client = [2 0; 0.5 -4] * image + (100, 50): image (30, 20) is client (160, -15).
+    const ImageReport report = crossingReport(800, 600, {160, -15});
+    const Overlay overlay = layOutOverlay(report, {2, 0, 0.5, -4, 100, 50});
+    EXPECT_DOUBLE_EQ(marksOfKind<RingMark>(overlay, 800, 600).at(0).centre.x, 30);
+    EXPECT_DOUBLE_EQ(marksOfKind<RingMark>(overlay, 800, 600).at(0).centre.y, 20);
 }
 
 TEST(Overlay, TheLegendAvoidsResultsAndIsLeftOutOfSmallImages) {
-    ImageReport report = crossingReport(1000, 1000);
-    const PanelShape usual = shapesOf<PanelShape>(layOutOverlay(report, kIdentity)).at(0);
+    const PanelMark usual = marksOfKind<PanelMark>(crossingReport(1000, 1000)).at(0);
     EXPECT_LT(usual.upperLeft.x, 500);
     EXPECT_GT(usual.upperLeft.y, 500);
-    report.crossings->front().centre = {20, 980};
-    const PanelShape moved = shapesOf<PanelShape>(layOutOverlay(report, kIdentity)).at(0);
+    const PanelMark moved = marksOfKind<PanelMark>(crossingReport(1000, 1000, {20, 980})).at(0);
     EXPECT_GT(moved.upperLeft.x, 500);
-    EXPECT_TRUE(shapesOf<PanelShape>(layOutOverlay(crossingReport(100, 100), kIdentity)).empty());
-    EXPECT_TRUE(shapesOf<PanelShape>(layOutOverlay(crossingReport(40000, 3), kIdentity)).empty());
+    EXPECT_TRUE(marksOfKind<PanelMark>(crossingReport(100, 100)).empty());
+    EXPECT_TRUE(marksOfKind<PanelMark>(crossingReport(40000, 3)).empty());
+}
+
+TEST(Overlay, ALargeLegendHidesNoResult) {
+    const auto withRows = [](long width, long height) {
+        ImageReport report = crossingReport(width, height);
+        for (int i = 0; i < 3; ++i) report.drawing.legend.push_back({{qvShape::eCross}, qvColor::blueColor, "more"});
+        return report;
+    };
+    const auto crowded = [&](long width, long height) {
+        ImageReport report = withRows(width, height);
+        qvUITablet tablet;
+        for (const long x : {20L, width - 20}) {
+            for (const long y : {20L, height - 20}) {
+                tablet.drawPointIcon({static_cast<double>(x), static_cast<double>(y)}, qvColor::redColor, 0);
+            }
+        }
+        report.drawing.layers[0].sketch = tablet.sketch();
+        return report;
+    };
+    EXPECT_TRUE(marksOfKind<PanelMark>(crowded(320, 240)).empty());
+    EXPECT_EQ(marksOfKind<PanelMark>(crowded(1000, 1000)).size(), 1U);
+    EXPECT_EQ(marksOfKind<PanelMark>(withRows(320, 240)).size(), 1U);
+}
+
+TEST(Overlay, WithoutLegendRowsThereIsNoLegend) {
+    ImageReport report = crossingReport(1000, 1000);
+    report.drawing.legend.clear();
+    EXPECT_TRUE(marksOfKind<PanelMark>(report).empty());
+}
+
+TEST(Overlay, ALegendRowShowsItsSigns) {
+    ImageReport report = crossingReport(1000, 1000);
+    report.drawing.legend = {{{qvShape::eLineSeg, qvShape::eCircle}, qvColor::yellowColor, "arms"},
+                             {{qvShape::eRect}, qvColor::greenColor, "frames"},
+                             {{qvShape::eCross}, qvColor::blueColor, "corners"}};
+    const auto sketches = overlayMarks(layOutOverlay(report, kIdentity), 1000, 1000);
+    const auto& legend = sketches.at(1).layers.at(0).marks;
+    const auto panel = std::get<PanelMark>(legend.at(0));
+    const auto line = std::get<PathMark>(legend.at(2));
+    const auto ring = std::get<RingMark>(legend.at(3));
+    EXPECT_EQ(line.points.at(1).x, ring.centre.x);
+    EXPECT_EQ(std::get<TextMark>(legend.at(4)).text, "arms");
+    EXPECT_EQ(std::get<PathMark>(legend.at(5)).form, PathMark::Form::outline);
+    EXPECT_EQ(std::get<PathMark>(legend.at(7)).points.size(), 4U);
+    for (const Position& p : line.points) {
+        EXPECT_GT(p.x, panel.upperLeft.x);
+        EXPECT_LT(p.x, panel.upperLeft.x + panel.width);
+    }
 }
 
 TEST(Overlay, SizesFollowTheImage) {
-    const double small = shapesOf<RingShape>(layOutOverlay(crossingReport(1000, 1000), kIdentity))[0].radius;
-    const double large = shapesOf<RingShape>(layOutOverlay(crossingReport(4000, 4000), kIdentity))[0].radius;
+    const double small = marksOfKind<RingMark>(crossingReport(1000, 1000))[0].radius;
+    const double large = marksOfKind<RingMark>(crossingReport(4000, 4000))[0].radius;
     EXPECT_DOUBLE_EQ(large, 4.0 * small);
-}
-
-TEST(Overlay, LabelsStayInsideTheImage) {
-    ImageReport report = crossingReport(1000, 1000);
-    report.crossings->front().centre = {998, 2};
-    const auto texts = shapesOf<TextShape>(layOutOverlay(report, kIdentity));
-    const TextShape& label = texts.at(0);
-    EXPECT_EQ(label.text, "0.82");
-    EXPECT_LT(label.baseline.x + textWidth(label.text, label.size), 1000);
-    EXPECT_GT(label.baseline.y - 0.72 * label.size, 0);
+    EXPECT_DOUBLE_EQ(displayScale(1000, 1000), 1.0);
+    EXPECT_DOUBLE_EQ(displayScale(256, 256), 0.6);
+    // A strip counts by four times its short side.
+    EXPECT_DOUBLE_EQ(displayScale(8000, 200), 0.8);
+    EXPECT_DOUBLE_EQ(displayScale(40000, 40000), 12.0);
 }
 
 TEST(Overlay, PositionsThatAreNotFiniteAreLeftOut) {
-    ImageReport report = crossingReport(800, 600);
-    report.crossings->front().centre = {std::numeric_limits<double>::quiet_NaN(), 5};
-    report.crossings->front().segments = {{{0, std::numeric_limits<double>::infinity()}, {1, 1}}};
-    const Overlay overlay = layOutOverlay(report, kIdentity);
-    EXPECT_FALSE(hasText(overlay, "0.82"));
-    EXPECT_EQ(
-        decodeImage({pngOf(uniform(800, 600, 90), overlay).data(), pngOf(uniform(800, 600, 90), overlay).size()}).width,
-        800);
+    const ImageReport report = crossingReport(800, 600, {std::numeric_limits<double>::quiet_NaN(), 5});
+    EXPECT_FALSE(hasText(report, "0.82"));
+    const auto bytes = pngOf(uniform(800, 600, 90), layOutOverlay(report, kIdentity));
+    EXPECT_EQ(decodeImage({bytes.data(), bytes.size()}).width, 800);
 }
 
 TEST(OverlayPng, HasTheImagesSizeAndItsPelsWhereNothingIsDrawn) {
@@ -274,66 +258,126 @@ TEST(OverlayPng, HasTheImagesSizeAndItsPelsWhereNothingIsDrawn) {
     EXPECT_TRUE(qvtest::hasNote(read, "colour"));
 }
 
-TEST(OverlayPng, ALineCoversThePelsThatItsWidthSays) {
-    // From y 10 to y 13 over the whole width, in pure white without a rim: rows 10, 11 and 12 and no other.
-    Overlay overlay;
-    overlay.halo = 0.0;
-    overlay.shapes.emplace_back(LineShape{{-5, 11.5}, {45, 11.5}, 3.0, {255, 255, 255}});
-    const auto bytes = pngOf(uniform(40, 30, 0), overlay);
+TEST(OverlayPng, ALineCoversThePelsOfItsWidthAndItsRimIsDark) {
+    // In an image of 1000 by 1000 lines are 2 pels wide with a rim of 1.1: rows 100 and 101 white, rows 99 and 102 dark.
+    qvUITablet tablet;
+    tablet.drawLineSeg({-5, 101}, {1005, 101}, qvColor(255), 0);
+    const auto bytes = pngOf(uniform(1000, 1000, 200), overlayOf(tablet));
     const GreyImage read = decodeImage({bytes.data(), bytes.size()});
-    EXPECT_EQ(pelOf(read, 20, 9), 0);
-    EXPECT_EQ(pelOf(read, 20, 10), 255);
-    EXPECT_EQ(pelOf(read, 20, 12), 255);
-    EXPECT_EQ(pelOf(read, 20, 13), 0);
+    EXPECT_EQ(pelOf(read, 500, 100), 255);
+    EXPECT_EQ(pelOf(read, 500, 101), 255);
+    EXPECT_EQ(pelOf(read, 500, 99), 80);
+    EXPECT_EQ(pelOf(read, 500, 102), 80);
+    EXPECT_EQ(pelOf(read, 500, 97), 200);
+    EXPECT_EQ(pelOf(read, 500, 104), 200);
 }
 
-TEST(OverlayPng, ABoxIsItsOutline) {
-    // From (5, 4) to (25, 14), sides two pels wide.
-    Overlay overlay;
-    overlay.halo = 0.0;
-    overlay.shapes.emplace_back(BoxShape{{5, 4}, 20, 10, 2.0, {255, 255, 255}, ""});
-    const auto bytes = pngOf(uniform(40, 30, 0), overlay);
+TEST(OverlayPng, HalfCoveredPelsAreBlended) {
+    // From y 100.5 to 102.5.
+    qvUITablet tablet;
+    tablet.drawLineSeg({-5, 101.5}, {1005, 101.5}, qvColor(255), 0);
+    const auto bytes = pngOf(uniform(1000, 1000, 0), overlayOf(tablet));
     const GreyImage read = decodeImage({bytes.data(), bytes.size()});
-    for (const auto& [x, y] : {std::pair(15L, 3L), std::pair(15L, 4L), std::pair(15L, 13L), std::pair(15L, 14L),
-                               std::pair(4L, 9L), std::pair(5L, 9L), std::pair(24L, 9L), std::pair(25L, 9L)}) {
+    EXPECT_EQ(pelOf(read, 500, 99), 0);
+    EXPECT_EQ(pelOf(read, 500, 100), 128);
+    EXPECT_EQ(pelOf(read, 500, 101), 255);
+    EXPECT_EQ(pelOf(read, 500, 102), 128);
+}
+
+TEST(OverlayPng, ARectangleIsItsOutline) {
+    qvUITablet tablet;
+    tablet.draw(qvRect(qvVector<2>(100, 200), qvVector<2>(300, 50)), qvColor(255), 0);
+    const auto bytes = pngOf(uniform(1000, 1000, 0), overlayOf(tablet));
+    const GreyImage read = decodeImage({bytes.data(), bytes.size()});
+    for (const auto& [x, y] :
+         {std::pair(250L, 199L), std::pair(250L, 200L), std::pair(250L, 249L), std::pair(250L, 250L),
+          std::pair(99L, 220L), std::pair(100L, 220L), std::pair(399L, 220L), std::pair(400L, 220L)}) {
         EXPECT_EQ(pelOf(read, x, y), 255) << x << " " << y;
     }
     for (const auto& [x, y] :
-         {std::pair(15L, 2L), std::pair(15L, 5L), std::pair(15L, 15L), std::pair(6L, 9L), std::pair(26L, 9L)}) {
+         {std::pair(250L, 198L), std::pair(250L, 225L), std::pair(250L, 251L), std::pair(401L, 220L)}) {
         EXPECT_EQ(pelOf(read, x, y), 0) << x << " " << y;
     }
 }
 
-TEST(OverlayPng, HalfCoveredPelsAreBlended) {
+TEST(OverlayPng, AFilledRectangleLetsTheImageThrough) {
+    qvGraphicList list;
+    list.append(qvPtrHandle<qvGraphic>(new qvGraphicWithFill<qvRect, qvGenRect>(
+                    qvRect(qvVector<2>(100, 200), qvVector<2>(300, 50)), qvColor(255), true)),
+                false);
     Overlay overlay;
-    overlay.halo = 0.0;
-    overlay.shapes.emplace_back(LineShape{{-5, 12}, {45, 12}, 3.0, {255, 255, 255}});
-    const auto bytes = pngOf(uniform(40, 30, 0), overlay);
+    overlay.layers.push_back({"test", list.sketch(0), qvDisplay::eImageCoordinates});
+    const auto bytes = pngOf(uniform(1000, 1000, 100), overlay);
     const GreyImage read = decodeImage({bytes.data(), bytes.size()});
-    EXPECT_EQ(pelOf(read, 20, 9), 0);
-    EXPECT_EQ(pelOf(read, 20, 10), 128);
-    EXPECT_EQ(pelOf(read, 20, 11), 255);
-    EXPECT_EQ(pelOf(read, 20, 13), 128);
+    // 100 + 0.35 * 155
+    EXPECT_EQ(pelOf(read, 250, 225), 154);
+    EXPECT_EQ(pelOf(read, 250, 190), 100);
+    EXPECT_EQ(pelOf(read, 450, 225), 100);
+}
+
+TEST(OverlayPng, ALargeRingIsDrawnAtItsRadiusAndNowhereElse) {
+    qvUITablet tablet;
+    tablet.drawCircle({500, 1500}, 1300.0, qvColor(255), 0, false);
+    const auto bytes = pngOf(uniform(1000, 1000, 0), overlayOf(tablet));
+    const GreyImage read = decodeImage({bytes.data(), bytes.size()});
+    for (long y = 0; y < 1000; y += 3) {
+        for (long x = 0; x < 1000; x += 7) {
+            const double off =
+                std::abs(std::hypot(static_cast<double>(x) + 0.5 - 500, static_cast<double>(y) + 0.5 - 1500) - 1300);
+            if (off < 0.5) {
+                EXPECT_EQ(pelOf(read, x, y), 255) << x << " " << y;
+            } else if (off > 1.5) {
+                EXPECT_EQ(pelOf(read, x, y), 0) << x << " " << y;
+            }
+        }
+    }
+}
+
+TEST(OverlayPng, ARimDoesNotCutAnotherLine) {
+    qvUITablet tablet;
+    tablet.drawLineSeg({0, 500}, {1000, 500}, qvColor(255), 0);
+    tablet.drawLineSeg({500, 0}, {500, 1000}, qvColor(255), 0);
+    const auto bytes = pngOf(uniform(1000, 1000, 0), overlayOf(tablet));
+    const GreyImage read = decodeImage({bytes.data(), bytes.size()});
+    for (long x = 400; x < 600; ++x) EXPECT_EQ(pelOf(read, x, 500), 255) << x;
 }
 
 TEST(OverlayPng, ShapesThatCrossBandsAreSeamless) {
     // A slanted line over 300 rows looks alike on every row but for its shift of one pel in two rows.
-    Overlay overlay;
-    overlay.halo = 1.0;
-    overlay.shapes.emplace_back(LineShape{{20, -10}, {180, 310}, 4.0, {255, 255, 255}});
-    const auto bytes = pngOf(uniform(200, 300, 50), overlay);
+    qvUITablet tablet;
+    tablet.drawLineSeg({20, -10}, {180, 310}, qvColor(255), 0);
+    const auto bytes = pngOf(uniform(200, 300, 50), overlayOf(tablet));
     const GreyImage read = decodeImage({bytes.data(), bytes.size()});
     for (long y = 2; y < 300; ++y) {
         for (long x = 1; x < 200; ++x) EXPECT_EQ(pelOf(read, x, y), pelOf(read, x - 1, y - 2)) << x << " " << y;
     }
 }
 
+TEST(OverlayPng, TextsThatCrossBandsAreWhole) {
+    // Bands are 64 rows: the same text at rows 100 and 128 gives the same pels.
+    const auto inked = [](double y) {
+        qvUITablet tablet;
+        tablet.drawText({400, y}, L"8", qvColor(255), 1);
+        const auto bytes = pngOf(uniform(1000, 1000, 0), overlayOf(tablet));
+        const GreyImage read = decodeImage({bytes.data(), bytes.size()});
+        return std::count(read.pels.begin(), read.pels.end(), 255);
+    };
+    EXPECT_EQ(inked(100), inked(140));
+    EXPECT_GT(inked(140), 20);
+}
+
 TEST(OverlayPng, ShapesFarOutsideAreHarmless) {
-    Overlay overlay;
-    overlay.shapes.emplace_back(LineShape{{-1e300, -1e300}, {1e300, 1e300}, 2.0, {255, 0, 0}});
-    overlay.shapes.emplace_back(RingShape{{1e12, -1e12}, 5.0, 1.0, {255, 0, 0}, ""});
-    overlay.shapes.emplace_back(TextShape{{-1e9, 5}, 12.0, "12", {255, 0, 0}});
-    EXPECT_FALSE(pngOf(uniform(40, 30, 0), overlay).empty());
+    qvUITablet tablet;
+    tablet.drawLineSeg({-1e300, -1e300}, {1e300, 1e300}, qvColor::redColor, 0);
+    tablet.drawLineSeg({-1e11, -1e11}, {1e11, 1e11}, qvColor::redColor, 0);
+    tablet.drawCircle({1e12, -1e12}, 5.0, qvColor::redColor, 0, true);
+    tablet.drawCircle({0, 0}, 9e5, qvColor::redColor, 0, false);
+    tablet.draw(qvRect(qvVector<2>(-1e9, -1e9), qvVector<2>(2e9, 2e9)), qvColor::redColor, 0);
+    tablet.drawText({-1e5, 5}, L"12", qvColor::redColor, 0);
+    const auto bytes = pngOf(uniform(40, 30, 0), overlayOf(tablet));
+    const GreyImage read = decodeImage({bytes.data(), bytes.size()});
+    EXPECT_NE(pelOf(read, 15, 15), 0);
+    EXPECT_EQ(pelOf(read, 35, 3), 0);
 }
 
 TEST(OverlaySvg, IsWellFormedAndEscapesTheTitle) {
@@ -342,19 +386,15 @@ TEST(OverlaySvg, IsWellFormedAndEscapesTheTitle) {
     EXPECT_NE(svg.find("<title>a&lt;b&gt;&amp;&quot;c&quot;.png</title>"), std::string::npos);
     EXPECT_NE(svg.find("viewBox=\"0 0 800 600\""), std::string::npos);
     EXPECT_EQ(countOf(svg, "<image "), 1U);
-    EXPECT_EQ(countOf(svg, "<circle class=\"halo\""), 2U);
 }
 
-TEST(OverlaySvg, ABoxHasARimAndItsHint) {
-    Overlay overlay;
-    overlay.halo = 1.0;
-    overlay.shapes.emplace_back(BoxShape{{5, 4}, 20, 10.5, 2.0, {255, 0, 16}, "a < b"});
-    const std::string svg = svgOf(uniform(40, 30, 0), overlay);
-    EXPECT_TRUE(isBalanced(svg));
-    const std::string where = " x=\"5.00\" y=\"4.00\" width=\"20.00\" height=\"10.50\"";
-    EXPECT_NE(svg.find("<rect class=\"box halo\" stroke-width=\"4.00\"" + where + "/>"), std::string::npos);
-    EXPECT_NE(svg.find("stroke=\"#ff0010\" stroke-width=\"2.00\"" + where + "><title>a &lt; b</title></rect>"),
-              std::string::npos);
+TEST(OverlaySvg, EachDisplayListIsANamedGroup) {
+    Overlay overlay = layOutOverlay(crossingReport(800, 600), kIdentity);
+    overlay.layers[0].name = "a<b";
+    const std::string svg = svgOf(uniform(800, 600, 90), overlay);
+    EXPECT_EQ(countOf(svg, "data-name=\"a&lt;b\""), 1U);
+    EXPECT_EQ(countOf(svg, "data-name=\"legend\""), 1U);
+    EXPECT_LT(svg.find("data-name=\"a&lt;b\""), svg.find("data-name=\"legend\""));
 }
 
 TEST(OverlaySvg, EmbedsTheImageAsAPngInBase64) {
@@ -383,6 +423,11 @@ TEST(StrokeFont, EveryLetterOfTheLegendHasStrokes) {
         EXPECT_FALSE(textStrokes(std::string(1, letter), {0, 0}, 10.0).empty()) << letter;
     }
     EXPECT_TRUE(textStrokes(" ", {0, 0}, 10.0).empty());
+}
+
+TEST(StrokeFont, CapitalsLookLikeSmallLetters) {
+    EXPECT_EQ(textStrokes("Q", {0, 0}, 10.0).size(), textStrokes("q", {0, 0}, 10.0).size());
+    EXPECT_EQ(textWidth("SCORE", 10.0), textWidth("score", 10.0));
 }
 
 TEST(StrokeFont, DigitsStandOnTheBaselineAndAre072OfTheSizeHigh) {

@@ -1,0 +1,221 @@
+// What an engineer has to know first, read from the records of a run: what each stage handed on and, where there are no
+// crossings, which was the first one that had nothing to hand on. Only texts and tables are read that people see on the
+// page too.
+#include "qvstreet/platform/text.h"
+#include "tools/inspection.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace qvtool {
+namespace {
+
+constexpr std::array<const wchar_t*, 2> kDirections = {L", direction 0", L", direction 1"};
+constexpr std::array<const char*, 2> kNames = {"direction 0 (flat)", "direction 1 (upright)"};
+
+const qvDiagRecord* recordNamed(const qvDiagObject& records, const std::wstring& title) {
+    for (long i = records.numRecords(); i-- > 0;) {
+        if (records.diagRecord(i).recordAnnotation() == title) return &records.diagRecord(i);
+    }
+    return nullptr;
+}
+
+const qvDiagEntry* entryNamed(const qvDiagRecord* record, qvDiagEntry::qeKind kind, const std::wstring& label) {
+    if (record == nullptr) return nullptr;
+    for (const qvDiagEntry& entry : record->entries()) {
+        const std::wstring& name = kind == qvDiagEntry::eTable ? entry.table.label : entry.label;
+        if (entry.kind == kind && name == label) return &entry;
+    }
+    return nullptr;
+}
+
+std::string textOf(const qvDiagRecord* record, const std::wstring& label) {
+    const qvDiagEntry* entry = entryNamed(record, qvDiagEntry::eText, label);
+    return entry == nullptr ? std::string() : qfUtf8(entry->text);
+}
+
+/// The whole number that a text begins with.
+std::optional<long> countIn(const std::string& text) {
+    const std::size_t end = std::min(text.find_first_not_of("0123456789"), text.size());
+    if (end == 0 || end > 9) return std::nullopt;
+    return std::stol(text.substr(0, end));
+}
+
+std::optional<std::size_t> columnOf(const qvDiagTable& table, const std::wstring& heading) {
+    const auto found = std::find(table.heading.begin(), table.heading.end(), heading);
+    if (found == table.heading.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - table.heading.begin());
+}
+
+std::string cell(const qvDiagTable& table, std::size_t row, const std::wstring& heading) {
+    const std::optional<std::size_t> column = columnOf(table, heading);
+    if (!column || row >= table.rows.size() || *column >= table.rows[row].size()) return {};
+    return qfUtf8(table.rows[row][*column]);
+}
+
+/// The rows of a table that begin like this in a column.
+std::size_t rowsWith(const qvDiagTable& table, const std::wstring& heading, const std::wstring& beginning) {
+    const std::optional<std::size_t> column = columnOf(table, heading);
+    if (!column) return 0;
+    return static_cast<std::size_t>(
+        std::count_if(table.rows.begin(), table.rows.end(), [&](const std::vector<std::wstring>& row) {
+            return *column < row.size() && row[*column].compare(0, beginning.size(), beginning) == 0;
+        }));
+}
+
+/// Whether the text says "0 of ..." or "0 lines ...".
+bool saysNone(const std::string& text) { return countIn(text) == 0L; }
+
+std::string failedLines(const qvDiagObject& records, std::size_t direction) {
+    const std::wstring where = kDirections[direction];
+    const qvDiagRecord* response = recordNamed(records, L"Response" + where);
+    const qvDiagRecord* lines = recordNamed(records, L"Lines");
+    const std::string kept = textOf(lines, L"Lines" + where);
+    if (!saysNone(kept)) return {};
+    const qvDiagEntry* table = entryNamed(lines, qvDiagEntry::eTable, L"Lines" + where);
+    if (table == nullptr || table->table.rows.empty()) {
+        const std::string found = textOf(response, L"Found");
+        return std::string("No line of ") + kNames[direction] + " was found" +
+               (found.empty() ? "" : ": its filtered image gave " + found) + ".";
+    }
+    // The longest line stands first.
+    return std::string("No line of ") + kNames[direction] + " survived the length limit: the longest has " +
+           cell(table->table, 0, L"length") + ", and it takes more than " + cell(table->table, 0, L"longer than") +
+           " client units.";
+}
+
+std::string failedPolarity(const qvDiagObject& records, std::size_t direction) {
+    const qvDiagRecord* test = recordNamed(records, L"Polarity Test" + std::wstring(kDirections[direction]));
+    if (!saysNone(textOf(test, L"Found"))) return {};
+    std::string failure = std::string("No line of ") + kNames[direction] +
+                          " passed the polarity test; asked for were " + textOf(test, L"Polarity asked for");
+    if (const qvDiagEntry* lines = entryNamed(test, qvDiagEntry::eTable, L"Lines")) {
+        failure += ", but of " + std::to_string(lines->table.rows.size()) + " lines " +
+                   std::to_string(rowsWith(lines->table, L"verdict", L"1")) + " are dark and " +
+                   std::to_string(rowsWith(lines->table, L"verdict", L"2")) + " light";
+    }
+    return failure + ".";
+}
+
+std::string failedPairs(const qvDiagObject& records) {
+    const qvDiagRecord* candidates = recordNamed(records, L"Candidates");
+    const qvDiagEntry* counts = entryNamed(candidates, qvDiagEntry::eTable, L"Counts");
+    if (counts == nullptr) return {};
+    for (std::size_t row = 0; row < counts->table.rows.size(); ++row) {
+        if (cell(counts->table, row, L"stage").rfind("pairs", 0) != 0) continue;
+        for (std::size_t direction = 0; direction < 2; ++direction) {
+            if (cell(counts->table, row, direction == 0 ? L"direction 0" : L"direction 1") != "0") continue;
+            return std::string("No two lines of ") + kNames[direction] +
+                   " are as far apart as the two edges of a street; allowed widths are " +
+                   textOf(candidates, L"Street widths") + ".";
+        }
+    }
+    const qvDiagEntry* crosses = entryNamed(candidates, qvDiagEntry::eTable, L"Crosses");
+    if (crosses == nullptr || crosses->table.rows.empty()) return {};
+    const bool none = std::all_of(crosses->table.rows.begin(), crosses->table.rows.end(),
+                                  [](const std::vector<std::wstring>& row) { return row.back() == L"0"; });
+    return none ? "The streets of the two directions make no cross: their angles or widths do not fit." : "";
+}
+
+std::string lineOf(const char* stage, const std::string& text) { return std::string(stage) + ": " + text; }
+
+void addDirections(const qvDiagObject& records, std::vector<std::string>& findings) {
+    const qvDiagRecord* record = recordNamed(records, L"Street Directions");
+    const std::string choice = textOf(record, L"Choice");
+    if (choice.empty()) return;
+    const qvDiagEntry* angles = entryNamed(record, qvDiagEntry::eTable, L"Angles");
+    std::string text = choice;
+    text += "; flat at " + textOf(record, L"Direction 0, nearer the horizontal") + ", upright at " +
+            textOf(record, L"Direction 1, nearer the vertical");
+    if (angles != nullptr) {
+        const std::size_t weak = rowsWith(angles->table, L"use", L"too weak");
+        const std::size_t all = angles->table.rows.size();
+        text += "; " + std::to_string(all - std::min(all, weak)) + " of " + std::to_string(all) +
+                " angles are strong enough";
+    }
+    findings.push_back(lineOf("Street directions", text));
+}
+
+void addTexts(const qvDiagObject& records, std::vector<std::string>& findings) {
+    for (std::size_t d = 0; d < kDirections.size(); ++d) {
+        const std::wstring where = kDirections[d];
+        const std::string found = textOf(recordNamed(records, L"Response" + where), L"Found");
+        const std::string kept = textOf(recordNamed(records, L"Lines"), L"Lines" + where);
+        if (!found.empty() || !kept.empty()) {
+            findings.push_back(lineOf(kNames[d], found + (found.empty() || kept.empty() ? "" : "; ") + kept));
+        }
+    }
+    for (std::size_t d = 0; d < kDirections.size(); ++d) {
+        const qvDiagRecord* test = recordNamed(records, L"Polarity Test" + std::wstring(kDirections[d]));
+        const std::string passed = textOf(test, L"Found");
+        const bool isAsked = textOf(test, L"Polarity asked for").rfind("any", 0) != 0;
+        if (passed.empty() || !isAsked) continue;
+        findings.push_back(std::string("Polarity, ") + kNames[d] + ": " + textOf(test, L"Polarity asked for") + "; " +
+                           passed);
+    }
+}
+
+void addCandidates(const qvDiagObject& records, std::vector<std::string>& findings) {
+    const qvDiagRecord* candidates = recordNamed(records, L"Candidates");
+    if (const qvDiagEntry* counts = entryNamed(candidates, qvDiagEntry::eTable, L"Counts")) {
+        std::string text;
+        for (std::size_t row = 0; row < counts->table.rows.size(); ++row) {
+            text += (text.empty() ? "" : "; ") + cell(counts->table, row, L"stage") + " " +
+                    cell(counts->table, row, L"direction 0") + " and " + cell(counts->table, row, L"direction 1");
+        }
+        findings.push_back(lineOf("Edges to streets (flat and upright)", text));
+    }
+    if (const qvDiagEntry* crosses = entryNamed(candidates, qvDiagEntry::eTable, L"Crosses")) {
+        std::string text;
+        for (std::size_t row = 0; row < crosses->table.rows.size(); ++row) {
+            text += (text.empty() ? "" : "; ") + cell(crosses->table, row, L"number") + " " +
+                    cell(crosses->table, row, L"kind");
+        }
+        findings.push_back(lineOf("Crosses", text));
+    }
+    if (const qvDiagEntry* scores =
+            entryNamed(recordNamed(records, L"Final Scores"), qvDiagEntry::eTable, L"Crosses")) {
+        findings.push_back(lineOf("Final selection", std::to_string(rowsWith(scores->table, L"use", L"kept")) + " of " +
+                                                         std::to_string(scores->table.rows.size()) +
+                                                         " crosses are kept"));
+    }
+    const std::string crossings = textOf(recordNamed(records, L"Crossings"), L"Found");
+    if (!crossings.empty()) findings.push_back(lineOf("Crossings", crossings));
+}
+
+std::string counted(std::size_t count, const char* what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+std::string firstFailure(const qvDiagObject& records) {
+    for (std::size_t d = 0; d < kDirections.size(); ++d) {
+        if (const std::string failure = failedLines(records, d); !failure.empty()) return failure;
+    }
+    for (std::size_t d = 0; d < kDirections.size(); ++d) {
+        if (const std::string failure = failedPolarity(records, d); !failure.empty()) return failure;
+    }
+    return failedPairs(records);
+}
+
+std::vector<std::string> findingsOf(const qvDiagObject& records) {
+    std::vector<std::string> findings;
+    addDirections(records, findings);
+    addTexts(records, findings);
+    addCandidates(records, findings);
+    return findings;
+}
+
+std::string verdictOf(const Inspection& inspection) {
+    if (!inspection.refusal.empty()) return "The image " + inspection.refusal + ".";
+    const std::size_t crossings = inspection.results.crossings.size();
+    const std::string streets = counted(inspection.results.singleStreets.size(), "single street");
+    if (crossings > 0) return counted(crossings, "crossing") + " and " + streets + " found.";
+    const std::string failure = firstFailure(inspection.records);
+    return "No crossing found, " + streets + ". " +
+           (failure.empty() ? "The stages below show what became of the lines." : failure);
+}
+
+}  // namespace qvtool

@@ -1,0 +1,248 @@
+// An inspection and its page. The results are drawn as the pictures draw them, but sorted into layers, so that each kind
+// can be looked at alone.
+#include "qvstreet/platform/text.h"
+#include "qvstreet/streetfinder/street_finder_access.h"
+#include "qvstreet/streetfinder/street_finder_impl.h"
+#include "tools/finder_run.h"
+#include "tools/inspection.h"
+#include "tools/sketch_results.h"
+#include "tools/text.h"
+#include "tools/trace_file.h"
+
+#include <algorithm>
+
+namespace qvtool {
+namespace {
+
+std::wstring wide(const std::string& ascii) { return {ascii.begin(), ascii.end()}; }
+
+std::wstring number(double value) { return wide(shortest(value)); }
+std::wstring number(long value) { return qfStr(value); }
+
+std::wstring pairOf(double first, double second) { return number(first) + L", " + number(second); }
+
+const char* nameOf(Polarity polarity) {
+    switch (polarity) {
+        case Polarity::any:
+            return "any";
+        case Polarity::dark:
+            return "dark";
+        case Polarity::light:
+            break;
+    }
+    return "light";
+}
+
+qvDiagTable optionsTable(const CommandOptions& options) {
+    qvDiagTable table;
+    table.label = L"Options";
+    table.heading = {L"option", L"value", L"meaning"};
+    const std::array<double, 6>& c = options.client;
+    table.rows = {
+        {L"--mode", wide(nameOf(options.mode)), L"edge: pairs of edges; ridge, coarse: lines as wide as the street"},
+        {L"--width", pairOf(options.widthX, options.widthY), L"nominal street width in X and Y, client units"},
+        {L"--range-x", pairOf(options.rangeX.low, options.rangeX.high), L"allowed widths in X, client units"},
+        {L"--range-y", pairOf(options.rangeY.low, options.rangeY.high), L"allowed widths in Y, client units"},
+        {L"--sharpness", number(options.sharpness), L"width of an edge's transition, client units"},
+        {L"--polarity", wide(nameOf(options.polarity)), L"of the street against its sides"},
+        {L"--max", number(options.maxResults), L"most results"},
+        {L"--client", pairOf(c[0], c[1]) + L", " + pairOf(c[2], c[3]) + L", " + pairOf(c[4], c[5]),
+         L"client = [A B; C D] * image + (TX, TY)"},
+    };
+    return table;
+}
+
+/// What the mode and the options made of it inside the finder.
+std::vector<qvDiagTable> constantsOf(const qv_streetFinderImpl& impl) {
+    qvDiagTable table;
+    table.label = L"Inside the finder";
+    table.heading = {L"parameter", L"value", L"meaning"};
+    const qv_spectrumParams& s = impl.spectrumParams;
+    const qv_angleFinderParams& a = impl.angleParams;
+    const qv_candidateTolerances& t = impl.tolerances;
+    table.rows = {
+        {L"fftSize", number(s.fftSize), L"side of the sampled square"},
+        {L"padWidth", number(s.padWidth), L"its mirrored band, samples"},
+        {L"rectMargin", number(s.rectMargin), L"taken off the image's sides before sampling, pels"},
+        {L"innerRadiusFraction", number(a.innerRadiusFraction), L"inner radius of the ring of frequencies"},
+        {L"outerRadiusFraction", number(a.outerRadiusFraction), L"outer radius of the ring of frequencies"},
+        {L"samplesPerDegree", number(a.samplesPerDegree), L"samples of the angle profile per degree"},
+        {L"narrowSigma", number(a.narrowSigma), L"smoothing of the angle profile, samples"},
+        {L"wideSigma", number(a.wideSigma), L"smoothing that is subtracted, samples"},
+        {L"peakThreshold", number(a.peakThreshold), L"height that an angle's peak must reach"},
+        {L"angleScoreRatio", number(impl.angleScoreRatio), L"part of the best score that an angle must reach"},
+        {L"filterScale", number(impl.filterScale), L"length of the line filter along the street"},
+        {L"minLineLengthFraction", number(t.minLineLengthFraction), L"shortest line, part of the image's side"},
+        {L"lineGapTolerance", number(t.lineGapTolerance), L"largest distance of two lines that count as one"},
+        {L"angleTolerance", number(t.angleTolerance), L"largest angle between parallel lines"},
+    };
+    std::wstring weights;
+    for (const double weight : impl.scoreWeights) weights += (weights.empty() ? L"" : L", ") + number(weight);
+    if (!weights.empty()) table.rows.push_back({L"scoreWeights", weights, L"weights of a cross's terms"});
+    return {table};
+}
+
+double millisecondsOf(const std::vector<qv_stageTime>& times) {
+    double sum = 0.0;
+    for (const qv_stageTime& time : times) sum += time.milliseconds;
+    return sum;
+}
+
+qvDiagTable timesTable(const std::vector<qv_stageTime>& times) {
+    qvDiagTable table;
+    table.label = L"Time of each stage";
+    table.heading = {L"stage", L"milliseconds"};
+    for (const qv_stageTime& time : times) table.rows.push_back({time.name, qfDbl(time.milliseconds, 3, false)});
+    if (!times.empty()) table.rows.push_back({L"all", qfDbl(millisecondsOf(times), 3, false)});
+    return table;
+}
+
+qvDiagTable crossingsTable(const std::vector<qvStreetFinderStreetCrossResult>& crossings) {
+    qvDiagTable table;
+    table.label = L"Crossings, best first";
+    table.heading = {L"x", L"y", L"score", L"flat street", L"upright street"};
+    for (const qvStreetFinderStreetCrossResult& crossing : crossings) {
+        table.rows.push_back({qfDbl(crossing.crossing().x(), 2, false), qfDbl(crossing.crossing().y(), 2, false),
+                              qfDbl(crossing.score(), 4, false),
+                              qfDbl(qvDegree(crossing.horizontalAngle()).toDouble(), 2, false) + L"\u00b0",
+                              qfDbl(qvDegree(crossing.verticalAngle()).toDouble(), 2, false) + L"\u00b0"});
+    }
+    return table;
+}
+
+qvDiagTable streetsTable(const std::vector<qvStreetFinderSingleStreetResult>& streets) {
+    qvDiagTable table;
+    table.label = L"Single streets, best first";
+    table.heading = {L"score", L"angle", L"lines"};
+    for (const qvStreetFinderSingleStreetResult& street : streets) {
+        table.rows.push_back({qfDbl(street.score(), 4, false),
+                              qfDbl(qvDegree(street.angle()).toDouble(), 2, false) + L"\u00b0",
+                              qfStr(static_cast<long>(street.lineSegs().size()))});
+    }
+    return table;
+}
+
+/// Collects the shapes that belong together.
+class Layers {
+ public:
+    template <typename Test>
+    void take(const wchar_t* name, const std::vector<SketchLayer>& drawing, Test belongs) {
+        PageLayer layer;
+        layer.name = name;
+        std::vector<qvShape> shapes;
+        for (const SketchLayer& part : drawing) {
+            layer.system = part.system;
+            std::copy_if(part.sketch.shapes().begin(), part.sketch.shapes().end(), std::back_inserter(shapes), belongs);
+        }
+        layer.sketch = qvUISketch(std::move(shapes));
+        layers_.push_back(std::move(layer));
+    }
+
+    /// The sketches of the record "Lines" whose labels begin like this: there is one for each direction.
+    void takeLines(const wchar_t* name, const qvDiagObject& records, const std::wstring& label) {
+        PageLayer layer;
+        layer.name = name;
+        std::vector<qvShape> shapes;
+        for (long i = 0; i < records.numRecords(); ++i) {
+            const qvDiagRecord& record = records.diagRecord(i);
+            if (record.recordAnnotation() != L"Lines") continue;
+            for (const qvDiagEntry& entry : record.entries()) {
+                if (entry.kind != qvDiagEntry::eSketch || entry.label.compare(0, label.size(), label) != 0) continue;
+                layer.system = entry.coordinateSystem;
+                shapes.insert(shapes.end(), entry.sketch.shapes().begin(), entry.sketch.shapes().end());
+            }
+        }
+        layer.sketch = qvUISketch(std::move(shapes));
+        layers_.push_back(std::move(layer));
+    }
+
+    /// Hides the layer taken last at first.
+    void hideIf(bool hidden) { layers_.back().shown = !hidden; }
+
+    std::vector<PageLayer> layers() { return std::move(layers_); }
+
+ private:
+    std::vector<PageLayer> layers_;
+};
+
+std::vector<PageLayer> layersOf(const Inspection& inspection) {
+    const ResultDrawing streets =
+        drawStreets(inspection.results.singleStreets, inspection.image.imageFromClientXform());
+    const ResultDrawing crossings =
+        drawCrossings(inspection.results.crossings, inspection.image.imageFromClientXform());
+    const bool found = !inspection.results.crossings.empty();
+    Layers layers;
+    layers.take(L"Single streets", streets.layers, [](const qvShape& s) { return s.kind != qvShape::eText; });
+    const bool fromEdges = std::any_of(inspection.results.crossings.begin(), inspection.results.crossings.end(),
+                                       [](const qvStreetFinderStreetCrossResult& crossing) {
+                                           return crossing.statusFlags() == qvStreetFinderDefs::eStreetFromEdges;
+                                       });
+    layers.take(fromEdges ? L"Street edges" : L"Street lines", crossings.layers,
+                [](const qvShape& s) { return s.kind == qvShape::eLineSeg && s.color == qvColor::greenColor; });
+    layers.take(fromEdges ? L"Cross as fitted" : L"Directions", crossings.layers, [](const qvShape& s) {
+        return s.kind == qvShape::eCircle || (s.kind == qvShape::eLineSeg && s.color != qvColor::greenColor);
+    });
+    layers.take(L"Corners", crossings.layers, [](const qvShape& s) { return s.kind == qvShape::eCross; });
+    layers.take(L"Crossings", crossings.layers, [](const qvShape& s) { return s.kind == qvShape::ePointIcon; });
+    layers.take(L"Scores", crossings.layers, [](const qvShape& s) { return s.kind == qvShape::eText; });
+    layers.take(L"Street scores", streets.layers, [](const qvShape& s) { return s.kind == qvShape::eText; });
+    layers.hideIf(found);
+    layers.takeLines(L"Lines kept", inspection.records, L"Kept");
+    layers.hideIf(found);
+    layers.takeLines(L"Lines dropped", inspection.records, L"Dropped");
+    layers.hideIf(found);
+    return layers.layers();
+}
+
+/// The times of `setImage` and of `find`; the search for single streets is no part of either.
+Seconds secondsOf(const std::vector<qv_stageTime>& times) {
+    Seconds seconds;
+    for (const qv_stageTime& time : times) {
+        if (time.name == L"Single Streets") continue;
+        const bool isFind = time.name == L"Crossings" || time.name == L"Refinement";
+        (isFind ? seconds.search : seconds.setImage) += time.milliseconds / 1000.0;
+    }
+    return seconds;
+}
+
+}  // namespace
+
+void runInspection(const CommandOptions& options, const GreyImage& image, ImageReport& report, Inspection& inspection) {
+    inspection.image = finderImage(options, image);
+    try {
+        runOrRefuse(options, image, [&] {
+            qvStreetFinder finder(finderParams(options));
+            FinderTrace trace(finder, options.trace);
+            qf_diagnosedRun(finder, inspection.image, {}, inspection.records, inspection.results);
+            inspection.constants = constantsOf(qf_finderRecord(finder));
+            report.traceFailed = !trace.isWhole();
+        });
+    } catch (const Refusal& error) {
+        inspection.refusal = error.what();
+        throw;
+    }
+    report.crossings = crossingsOf(inspection.results.crossings);
+    report.seconds = secondsOf(inspection.results.times);
+    if (options.overlays.empty()) return;
+    report.drawing = drawCrossings(inspection.results.crossings, inspection.image.imageFromClientXform());
+}
+
+Page inspectionPage(const CommandOptions& options, const ImageReport& report, const Inspection& inspection) {
+    Page page;
+    page.title = report.image;
+    page.subtitle = std::string("qvstreet inspect, ") + nameOf(options.mode) + " mode, " +
+                    std::to_string(report.width) + " x " + std::to_string(report.height) + " pels, " +
+                    withDigits(millisecondsOf(inspection.results.times), 1) + " ms";
+    page.isGood = !inspection.results.crossings.empty();
+    page.verdict = verdictOf(inspection);
+    page.findings = findingsOf(inspection.records);
+    page.view = {inspection.image, layersOf(inspection)};
+    page.results = {crossingsTable(inspection.results.crossings), streetsTable(inspection.results.singleStreets)};
+    page.records = &inspection.records;
+    page.appendix = {optionsTable(options)};
+    page.appendix.insert(page.appendix.end(), inspection.constants.begin(), inspection.constants.end());
+    page.appendix.push_back(timesTable(inspection.results.times));
+    return page;
+}
+
+}  // namespace qvtool

@@ -1,0 +1,46 @@
+/// @file
+/// An inspected image: what the street finder gave and what its stages recorded.
+#ifndef QVSTREET_TOOLS_INSPECTION_H
+#define QVSTREET_TOOLS_INSPECTION_H
+
+#include "qvstreet/platform/diagnostics.h"
+#include "qvstreet/platform/pel_buffer.h"
+#include "qvstreet/streetfinder/diagnosed_run.h"
+#include "tools/command_line.h"
+#include "tools/grey_image.h"
+#include "tools/html_page.h"
+#include "tools/report.h"
+
+#include <string>
+#include <vector>
+
+namespace qvtool {
+
+struct Inspection {
+    qvPelBuffer_const<unsigned char> image;  ///< shares the pels of the image that was searched
+    qvDiagObject records;
+    qv_diagnosedResults results;
+    std::vector<qvDiagTable> constants;  ///< of the mode, as the finder had them
+    std::string refusal;                 ///< why the finder gave up; empty if it did not
+};
+
+/// Searches the image for crossings and single streets with all stages recorded, and adds crossings and time to the
+/// report. The image has to outlive the inspection.
+/// @throws Refusal for every failure of the finder; the inspection then holds the reason and the records so far.
+void runInspection(const CommandOptions& options, const GreyImage& image, ImageReport& report, Inspection& inspection);
+
+/// The page that shows the inspection. `report` is the one that the run has filled in.
+Page inspectionPage(const CommandOptions& options, const ImageReport& report, const Inspection& inspection);
+
+/// What was found, in a line: "9 crossings, 6 single streets", or the first stage that had nothing to hand on.
+std::string verdictOf(const Inspection& inspection);
+
+/// How the stages came to it, a line each.
+std::vector<std::string> findingsOf(const qvDiagObject& records);
+
+/// The first stage of the way to crossings that had nothing to hand on, in a sentence; empty if the records show none.
+std::string firstFailure(const qvDiagObject& records);
+
+}  // namespace qvtool
+
+#endif
