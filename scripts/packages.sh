@@ -3,9 +3,9 @@
 # What a build of the library and the command needs.
 QV_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libpng-dev libtiff-dev libturbojpeg0-dev libcli11-dev nlohmann-json3-dev)
 # What the tests need on top. Octave reads the trace, Chromium opens the report; without them those tests are skipped.
-QV_TEST_PACKAGES=(libgtest-dev locales octave chromium chromium-driver python3)
-# What the benchmarks need on top; OpenCV is the yardstick that our times are put beside.
-QV_BENCH_PACKAGES=(libbenchmark-dev libopencv-dev)
+QV_TEST_PACKAGES=(libgtest-dev libbenchmark-dev locales octave chromium chromium-driver python3)
+# What the benchmarks need on top; OpenCV and FFTW are the yardsticks that our times are put beside.
+QV_BENCH_PACKAGES=(libbenchmark-dev libopencv-dev libfftw3-dev)
 
 qv_is_installed() {
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]

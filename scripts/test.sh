@@ -24,14 +24,16 @@ if [ ! -d "$LOCPATH/de_DE.UTF-8" ]; then
     localedef -i de_DE -f UTF-8 "$LOCPATH/de_DE.UTF-8"
 fi
 
+# run PRESET [CMAKE OPTION...]
 run() {
     local preset=$1
     echo "== $preset: build"
-    cmake --preset "$preset" >/dev/null
+    cmake --preset "$preset" "${@:2}" >/dev/null
     cmake --build --preset "$preset" -j "$jobs" -- --quiet
     echo "== $preset: test"
     ctest --preset "$preset" -j "$jobs" --output-on-failure
 }
 
-run dev
+# The benchmarks are built as well, though not run, so that they keep compiling; what they stand beside is not needed.
+run dev -DQVSTREET_BUILD_BENCH=ON -DQVSTREET_BENCH_PEERS=OFF
 $quick || run asan

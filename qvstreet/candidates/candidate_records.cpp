@@ -4,10 +4,24 @@
 #include <limits>
 #include <utility>
 
-std::vector<const qv_ridgeLine*> linesOfRange(const std::vector<qv_ridgeLine>& flatLines, long first, long count) {
-    std::vector<const qv_ridgeLine*> lines;
+#include "qvstreet/streetfinder/street_results_access.h"
+
+void qv_candidateStore::clear() {
+    for (std::vector<qv_candPair>* const list : {&vpairs_, &hpairs_}) list->clear();
+    for (std::vector<qv_candQuad>* const list : {&vquads_, &hquads_}) list->clear();
+    for (std::vector<qv_candCorner>* const list : {&ulCorners_, &urCorners_, &dlCorners_, &drCorners_}) list->clear();
+}
+
+void linesOfRange(const std::vector<qv_ridgeLine>& flatLines, long first, long count,
+                  std::vector<const qv_ridgeLine*>& lines) {
+    lines.clear();
     lines.reserve(static_cast<std::size_t>(count));
     for (long i = 0; i < count; ++i) lines.push_back(&flatLines.at(static_cast<std::size_t>(first + i)));
+}
+
+std::vector<const qv_ridgeLine*> linesOfRange(const std::vector<qv_ridgeLine>& flatLines, long first, long count) {
+    std::vector<const qv_ridgeLine*> lines;
+    linesOfRange(flatLines, first, count, lines);
     return lines;
 }
 
@@ -51,7 +65,16 @@ double overlapLength(double a1, double a2, double b1, double b2) {
 qvVector<2> pointAlong(const qvFLine& line, double along) { return line.pointAt(along); }
 
 bool isFarFromAll(const std::vector<qvStreetFinderStreetCrossResult>& results, const qvVector<2>& point, double limit) {
-    return std::all_of(results.begin(), results.end(), [&](const qvStreetFinderStreetCrossResult& result) {
-        return result.crossing().distance(point) >= limit;
-    });
+    return isFarFromFirst(results, results.size(), point, limit);
+}
+
+bool isFarFromFirst(const std::vector<qvStreetFinderStreetCrossResult>& results, std::size_t count,
+                    const qvVector<2>& point, double limit) {
+    // Farther by more than any rounding: no root is needed. A NaN is never that far.
+    const double surelyFar = limit * limit * (1.0 + 1e-12);
+    return std::all_of(results.begin(), results.begin() + static_cast<std::ptrdiff_t>(count),
+                       [&](const qvStreetFinderStreetCrossResult& result) {
+                           const qvVector<2>& crossing = qv_streetResultAccess::crossing(result);
+                           return squaredDistance(crossing, point) > surelyFar || crossing.distance(point) >= limit;
+                       });
 }

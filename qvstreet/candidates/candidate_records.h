@@ -8,6 +8,7 @@
 #define QVSTREET_CANDIDATES_CANDIDATE_RECORDS_H
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -34,6 +35,12 @@ struct qv_ridgeLine {
     long lineKey = -1;
     /// Whether most of its points lie where the filter's imaginary part is positive.
     bool polarity = false;
+};
+
+/// Sort key of an indirect sort: a value and what it belongs to.
+struct qvIDPair {
+    long index = 0;
+    double value = 0.0;
 };
 
 /// Two edges of one street.
@@ -94,15 +101,12 @@ struct qv_candPairOfCrossPair {
     double score = 0.0;
 };
 
-/// Sort keys of indirect sorts: a value and what it belongs to.
-struct qvIDPair {
-    long index = 0;
-    double value = 0.0;
-};
+/// The same for lines of one direction.
 struct qvDIPair {
     double value = 0.0;
     long index = 0;
 };
+/// And for lines or pairs of both directions.
 struct qvDIJPair {
     /// A cost, or a grey value that stands for one.
     double cost = 0.0;
@@ -129,8 +133,40 @@ struct qv_candidateTolerances {
     qvPair<double> widthLower;
 };
 
+/// What the search for four-line crosses needs of one pair: the cosine between its lines and their lengths.
+struct qv_pairShape {
+    const qv_candPair* pair = nullptr;
+    double dotProduct = 0.0;
+    double extent1 = 0.0;
+    double extent2 = 0.0;
+};
+
+/// Two pairs that make a four-line cross, and their place in the order of generation, which breaks ties.
+struct qv_rankedCross {
+    double score = 0.0;
+    std::size_t order = 0;
+    const qv_candPair* vertical = nullptr;
+    const qv_candPair* horizontal = nullptr;
+};
+
+/// Lists that the stages fill and read within one call, kept for their memory.
+struct qv_candidateScratch {
+    std::vector<const qv_ridgeLine*> lines;
+    std::vector<qv_candPair> hpairs;
+    std::vector<qv_candPair> vpairs;
+    std::vector<qv_candQuad> quads;
+    std::vector<qvIDPair> order;
+    std::vector<qv_stCand> candidates;
+    std::vector<qv_pairShape> verticalShapes;
+    std::vector<qv_pairShape> horizontalShapes;
+    std::vector<qv_rankedCross> ranked;
+};
+
 /// The working lists of one search.
 struct qv_candidateStore {
+    /// Empties all lists; they keep their memory.
+    void clear();
+
     /// Pairs of direction-1 and of direction-0 lines.
     std::vector<qv_candPair> vpairs_;
     std::vector<qv_candPair> hpairs_;
@@ -141,6 +177,7 @@ struct qv_candidateStore {
     std::vector<qv_candCorner> urCorners_;
     std::vector<qv_candCorner> dlCorners_;
     std::vector<qv_candCorner> drCorners_;
+    mutable qv_candidateScratch scratch;
 };
 
 /// Bits of `qv_candidateContext::stageFlags`.
@@ -214,7 +251,11 @@ inline const qv_ridgeLine& lineAt(const std::vector<qv_ridgeLine>& flatLines, lo
 /// References to the `count` lines from `first` on.
 std::vector<const qv_ridgeLine*> linesOfRange(const std::vector<qv_ridgeLine>& flatLines, long first, long count);
 
-/// The same, in ascending order of their signed extent: of lines that run from `p2` to `p1` the longest first.
+/// The same into a list that is there already.
+void linesOfRange(const std::vector<qv_ridgeLine>& flatLines, long first, long count,
+                  std::vector<const qv_ridgeLine*>& lines);
+
+/// The first, in ascending order of their signed extent: of lines that run from `p2` to `p1` the longest first.
 std::vector<const qv_ridgeLine*> linesByExtent(const std::vector<qv_ridgeLine>& flatLines, long first, long count);
 
 /// Squared Euclidean distance.
@@ -240,5 +281,8 @@ qvVector<2> pointAlong(const qvFLine& line, double along);
 /// Whether every result's crossing is at least `limit` (client units) from `point`. A NaN coordinate is near
 /// everything.
 bool isFarFromAll(const std::vector<qvStreetFinderStreetCrossResult>& results, const qvVector<2>& point, double limit);
+/// The same for the first `count` results.
+bool isFarFromFirst(const std::vector<qvStreetFinderStreetCrossResult>& results, std::size_t count,
+                    const qvVector<2>& point, double limit);
 
 #endif

@@ -14,6 +14,7 @@
 
 #include "qvstreet/candidates/canonical_cross.h"
 #include "qvstreet/candidates/pair_test.h"
+#include "qvstreet/platform/stable_sort.h"
 #include "qvstreet/streetfinder/street_results_access.h"
 
 namespace {
@@ -169,10 +170,11 @@ void genAndScore(const qv_candidateStore& store, std::vector<CrossResult>& out,
                  qv_streetTrace* trace) {
     const qv_traceFrame frame(trace);
     traceParts(trace, L"\n%%Gen and score\n");
-    std::vector<qv_stCand> candidates;
+    std::vector<qv_stCand>& candidates = store.scratch.candidates;
+    candidates.clear();
     generateStCands(flatLines, store.vquads_, store.hquads_, candidates, context.tolerances, context.scoreWeights,
                     trace);
-    std::stable_sort(candidates.begin(), candidates.end());
+    qf_stableSort(candidates.begin(), candidates.end());
     out.clear();
     crossesFromCandidates(out, resultMultiple(kCandidatesPerResult, context.maxResults), candidates, flatLines, false,
                           true);

@@ -11,12 +11,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <iterator>
 #include <utility>
 
 #include "qvstreet/candidates/candidate_search_records.h"
 #include "qvstreet/candidates/canonical_cross.h"
 #include "qvstreet/candidates/four_line_crosses.h"
+#include "qvstreet/platform/stable_sort.h"
 #include "qvstreet/projection/projection_polarity.h"
 #include "qvstreet/projection/single_street.h"
 #include "qvstreet/streetfinder/street_results_access.h"
@@ -241,23 +241,24 @@ void selectFinalCrosses(std::vector<CrossResult>& out, std::vector<CrossResult>&
 
     scoreAllCrosses(quadCrosses, maxLength, false, context.tolerances, impl, trace);
     scoreAllCrosses(pairCrosses, maxLength, true, context.tolerances, impl, trace);
-    std::stable_sort(quadCrosses.begin(), quadCrosses.end(), qf_scoreOrder);
-    std::stable_sort(pairCrosses.begin(), pairCrosses.end(), qf_scoreOrder);
-    // On equal scores the eight-line cross comes first.
-    std::vector<CrossResult> merged;
-    merged.reserve(quadCrosses.size() + pairCrosses.size());
-    std::merge(quadCrosses.begin(), quadCrosses.end(), pairCrosses.begin(), pairCrosses.end(),
-               std::back_inserter(merged), qf_scoreOrder);
+    qf_stableSort(quadCrosses.begin(), quadCrosses.end(), qf_scoreOrder);
+    qf_stableSort(pairCrosses.begin(), pairCrosses.end(), qf_scoreOrder);
 
     qv_finalScoreRecord record(diagObject);
     if (diagObject != nullptr) record.begin(quadCrosses, pairCrosses, maxLength, context.tolerances, impl);
-    for (CrossResult& cross : merged) {
+    auto quad = quadCrosses.begin();
+    auto pair = pairCrosses.begin();
+    while (quad != quadCrosses.end() || pair != pairCrosses.end()) {
+        // On equal scores the eight-line cross comes first.
+        const bool takesPair = quad == quadCrosses.end() || (pair != pairCrosses.end() && qf_scoreOrder(*pair, *quad));
+        CrossResult& cross = takesPair ? *pair++ : *quad++;
         if (static_cast<long>(out.size()) >= context.maxResults) break;
         const bool isFar = isFarFromAll(out, cross.crossing(), qvLeastCrossSeparation);
         if (diagObject != nullptr) record.decided(isFar);
         if (!isFar) continue;
         recoverSegments(cross, impl.lines, stubLimit, searchLimit, context);
-        out.push_back(std::move(cross));
+        // Copied, so that the list keeps its memory for the next search.
+        out.push_back(cross);
     }
     if (diagObject != nullptr) record.end();
 }

@@ -10,7 +10,8 @@
 
 /// Appends to `out` the best of both lists until it holds `maxResults` crosses, each at least 5 client units from all
 /// in `out`; what `out` held before counts too and stays in front. Both lists are scored and sorted on the way, best
-/// first; a cross whose score is NaN comes last and is kept. On equal scores those of `quadCrosses` come first.
+/// first, and their crosses that are taken get their stubs replaced; a cross whose score is NaN comes last and is kept.
+/// On equal scores those of `quadCrosses` come first.
 /// @param diagObject  gets the terms of all scores and what became of each cross; null for none
 /// @throws qvInvariantFailure for a cross without eight segments; qvMatrixErr::Singular where a cross cannot be fitted
 void selectFinalCrosses(std::vector<qvStreetFinderStreetCrossResult>& out,

@@ -27,18 +27,10 @@ constexpr double kSkewWeight = 0.3;
 constexpr double kStubFraction = 0.1;
 constexpr long kCrossesPerResult = 10;
 
-/// What the double loop needs of one pair.
-struct PairShape {
-    const qv_candPair* pair;
-    double dotProduct;
-    double extent1;
-    double extent2;
-};
-
-/// The pairs whose lines are nearly parallel.
-std::vector<PairShape> parallelPairs(const std::vector<qv_candPair>& pairs,
-                                     const std::vector<qv_ridgeLine>& flatLines) {
-    std::vector<PairShape> shapes;
+/// Sets `shapes` to the pairs whose lines are nearly parallel.
+void parallelPairs(const std::vector<qv_candPair>& pairs, const std::vector<qv_ridgeLine>& flatLines,
+                   std::vector<qv_pairShape>& shapes) {
+    shapes.clear();
     shapes.reserve(pairs.size());
     for (const qv_candPair& pair : pairs) {
         const qv_ridgeLine& line1 = lineAt(flatLines, pair.line1);
@@ -48,18 +40,9 @@ std::vector<PairShape> parallelPairs(const std::vector<qv_candPair>& pairs,
         if (!(dotProduct > kLeastDotProduct)) continue;
         shapes.push_back({&pair, dotProduct, std::fabs(line1.extent), std::fabs(line2.extent)});
     }
-    return shapes;
 }
 
-/// A cross that passed, and its place in the order of generation, which breaks ties.
-struct RankedCross {
-    double score;
-    std::size_t order;
-    const qv_candPair* vertical;
-    const qv_candPair* horizontal;
-};
-
-bool isBetter(const RankedCross& a, const RankedCross& b) {
+bool isBetter(const qv_rankedCross& a, const qv_rankedCross& b) {
     if (qf_ascending(a.score, b.score)) return true;
     if (qf_ascending(b.score, a.score)) return false;
     return a.order < b.order;
@@ -68,19 +51,21 @@ bool isBetter(const RankedCross& a, const RankedCross& b) {
 /// Keeps the best `most` of any number of crosses, without ever holding many more.
 class BestCrosses {
  public:
-    explicit BestCrosses(std::size_t most) : most_(most) {}
+    /// @param crosses  where they are kept; emptied
+    BestCrosses(std::size_t most, std::vector<qv_rankedCross>& crosses) : most_(most), crosses_(crosses) {
+        crosses_.clear();
+    }
 
-    void add(const RankedCross& cross) {
+    void add(const qv_rankedCross& cross) {
         if (most_ == 0) return;
         if (full_ && !isBetter(cross, worstKept_)) return;
         crosses_.push_back(cross);
         if (crosses_.size() >= 2 * most_ + kSlack) cut();
     }
 
-    std::vector<RankedCross> sorted() {
+    void sort() {
         std::sort(crosses_.begin(), crosses_.end(), isBetter);
         if (crosses_.size() > most_) crosses_.resize(most_);
-        return std::move(crosses_);
     }
 
  private:
@@ -95,30 +80,37 @@ class BestCrosses {
     }
 
     std::size_t most_;
-    std::vector<RankedCross> crosses_;
-    RankedCross worstKept_{};
+    std::vector<qv_rankedCross>& crosses_;
+    qv_rankedCross worstKept_{};
     bool full_ = false;
 };
 
-std::vector<RankedCross> bestCrosses(const qv_candidateStore& store, const std::vector<qv_ridgeLine>& flatLines,
-                                     double perimeter, long most) {
-    const std::vector<PairShape> vertical = parallelPairs(store.vpairs_, flatLines);
-    const std::vector<PairShape> horizontal = parallelPairs(store.hpairs_, flatLines);
+/// The best crosses, best first; in the store's scratch.
+const std::vector<qv_rankedCross>& bestCrosses(const qv_candidateStore& store,
+                                               const std::vector<qv_ridgeLine>& flatLines, double perimeter,
+                                               long most) {
+    qv_candidateScratch& scratch = store.scratch;
+    std::vector<qv_pairShape>& vertical = scratch.verticalShapes;
+    std::vector<qv_pairShape>& horizontal = scratch.horizontalShapes;
+    parallelPairs(store.vpairs_, flatLines, vertical);
+    parallelPairs(store.hpairs_, flatLines, horizontal);
     // Never more than there are, so that no number asked for is too large to count with.
-    BestCrosses best(std::min(static_cast<std::size_t>(std::max(most, 0L)), vertical.size() * horizontal.size()));
+    BestCrosses best(std::min(static_cast<std::size_t>(std::max(most, 0L)), vertical.size() * horizontal.size()),
+                     scratch.ranked);
     std::size_t order = 0;
-    for (const PairShape& p : vertical)
-        for (const PairShape& q : horizontal) {
+    for (const qv_pairShape& p : vertical)
+        for (const qv_pairShape& q : horizontal) {
             const double total = p.extent1 + q.extent2 + p.extent2 + q.extent1;
             if (!(total > perimeter * kLeastPerimeterFraction)) continue;
             const double score =
                 (perimeter - total) / perimeter + ((1.0 - q.dotProduct) + (1.0 - p.dotProduct)) * kSkewWeight;
             best.add({score, order++, p.pair, q.pair});
         }
-    return best.sorted();
+    best.sort();
+    return scratch.ranked;
 }
 
-qv_candPairOfCrossPair crossPairOf(const RankedCross& ranked) {
+qv_candPairOfCrossPair crossPairOf(const qv_rankedCross& ranked) {
     qv_candPairOfCrossPair cross;
     cross.first.line1 = ranked.vertical->line1;
     cross.first.line2 = ranked.horizontal->line2;
@@ -183,16 +175,14 @@ void generatePairCrosses(const qv_candidateStore& store, std::vector<CrossResult
                          const qvXform<2>& clientFromImage) {
     const qvPair<double> sides = mappedSideLengths(context.imageSize, clientFromImage);
     const double perimeter = 2.0 * sides.first + 2.0 * sides.second;
-    const std::vector<RankedCross> ranked =
+    const std::vector<qv_rankedCross>& ranked =
         bestCrosses(store, flatLines, perimeter, resultMultiple(kCrossesPerResult, context.maxResults));
 
     const double stubUnit = clientLength(qvStubLengthPels, clientFromImage);
-    out.clear();
-    out.reserve(ranked.size());
-    for (const RankedCross& cross : ranked) {
-        CrossResult result;
-        crossFromCrossPairs(result, crossPairOf(cross), flatLines, stubUnit);
-        refitCrossFromSegments(result);
-        out.push_back(std::move(result));
+    out.resize(ranked.size());
+    for (std::size_t i = 0; i < ranked.size(); ++i) {
+        qv_streetResultAccess::clear(out[i]);
+        crossFromCrossPairs(out[i], crossPairOf(ranked[i]), flatLines, stubUnit);
+        refitCrossFromSegments(out[i]);
     }
 }

@@ -4,26 +4,26 @@
 #define QVSTREET_CANDIDATES_KEEP_BEST_H
 
 #include <algorithm>
-#include <utility>
 #include <vector>
 
 #include "qvstreet/candidates/candidate_records.h"
+#include "qvstreet/platform/stable_sort.h"
 
-/// Sets `out` to the at most `most` candidates with the smallest `qualityOf`; ties keep their order.
+/// Sets `out`, another list, to the at most `most` candidates with the smallest `qualityOf`; ties keep their order.
+/// @param order  working memory
 template <typename Candidate, typename QualityOf>
 void qf_keepBest(const std::vector<Candidate>& candidates, std::vector<Candidate>& out, long most,
-                 QualityOf qualityOf) {
-    std::vector<qvIDPair> order;
+                 std::vector<qvIDPair>& order, QualityOf qualityOf) {
+    order.clear();
     order.reserve(candidates.size());
     for (std::size_t i = 0; i < candidates.size(); ++i)
         order.push_back({static_cast<long>(i), qualityOf(candidates[i])});
-    std::stable_sort(order.begin(), order.end());
+    qf_stableSort(order.begin(), order.end());
     order.resize(std::min(order.size(), static_cast<std::size_t>(std::max(most, 0L))));
 
-    std::vector<Candidate> kept;
-    kept.reserve(order.size());
-    for (const qvIDPair& entry : order) kept.push_back(candidates[static_cast<std::size_t>(entry.index)]);
-    out = std::move(kept);
+    out.clear();
+    out.reserve(order.size());
+    for (const qvIDPair& entry : order) out.push_back(candidates[static_cast<std::size_t>(entry.index)]);
 }
 
 #endif

@@ -12,6 +12,7 @@
 #include <cmath>
 
 #include "qvstreet/candidates/keep_best.h"
+#include "qvstreet/platform/stable_sort.h"
 #include "qvstreet/projection/projection_polarity.h"
 
 namespace {
@@ -85,10 +86,12 @@ bool qf_testPair(const qv_ridgeLine& a, const qv_ridgeLine& b, const qv_candidat
 void generatePairs(const std::vector<qv_ridgeLine>& flatLines, long first, long count, std::vector<qv_candPair>& out,
                    const qv_candidateTolerances& tolerances, long pairType, const qvTiledProjectionResult& projection,
                    long polarity, double polarityInset, double polaritySideWidth, double polarityMargin,
-                   qv_streetTrace* trace) {
-    std::vector<const qv_ridgeLine*> lines = linesOfRange(flatLines, first, count);
-    std::stable_sort(lines.begin(), lines.end(),
-                     [](const qv_ridgeLine* a, const qv_ridgeLine* b) { return qf_byDistance(*a, *b); });
+                   qv_streetTrace* trace, qv_candidateScratch* scratch) {
+    qv_candidateScratch ownScratch;
+    std::vector<const qv_ridgeLine*>& lines = (scratch != nullptr ? *scratch : ownScratch).lines;
+    linesOfRange(flatLines, first, count, lines);
+    qf_stableSort(lines.begin(), lines.end(),
+                  [](const qv_ridgeLine* a, const qv_ridgeLine* b) { return qf_byDistance(*a, *b); });
     for (std::size_t i = 0; i < lines.size(); ++i)
         for (std::size_t j = i + 1; j < lines.size(); ++j) {
             const qv_ridgeLine& a = *lines[i];
@@ -105,8 +108,10 @@ void generatePairs(const std::vector<qv_ridgeLine>& flatLines, long first, long 
 }
 
 void keepBestPairs(const std::vector<qv_ridgeLine>& flatLines, const std::vector<qv_candPair>& pairs,
-                   std::vector<qv_candPair>& out, long maxPairs) {
-    qf_keepBest(pairs, out, maxPairs, [&flatLines](const qv_candPair& pair) {
-        return lineAt(flatLines, pair.line1).lineQuality + lineAt(flatLines, pair.line2).lineQuality;
-    });
+                   std::vector<qv_candPair>& out, long maxPairs, qv_candidateScratch* scratch) {
+    qv_candidateScratch ownScratch;
+    qf_keepBest(pairs, out, maxPairs, (scratch != nullptr ? *scratch : ownScratch).order,
+                [&flatLines](const qv_candPair& pair) {
+                    return lineAt(flatLines, pair.line1).lineQuality + lineAt(flatLines, pair.line2).lineQuality;
+                });
 }

@@ -30,13 +30,14 @@ double overlapSeparation(const qv_ridgeLine& a, const qv_ridgeLine& b);
 /// Appends to `out` every two of the `count` lines from `first` on that pass the pair test and, with a `polarity` other
 /// than 0, show it in `projection`.
 /// @param polarityInset,polaritySideWidth,polarityMargin  handed to `pairPolarity`
+/// @param scratch  of former calls; null for a new one
 void generatePairs(const std::vector<qv_ridgeLine>& flatLines, long first, long count, std::vector<qv_candPair>& out,
                    const qv_candidateTolerances& tolerances, long pairType, const qvTiledProjectionResult& projection,
                    long polarity, double polarityInset, double polaritySideWidth, double polarityMargin,
-                   qv_streetTrace* trace);
+                   qv_streetTrace* trace, qv_candidateScratch* scratch = nullptr);
 
-/// Sets `out` to the at most `maxPairs` pairs with the smallest sum of their lines' quality; ties keep their order.
+/// Sets `out`, another list, to the at most `maxPairs` pairs with the smallest sum of their lines' quality; ties keep their order.
 void keepBestPairs(const std::vector<qv_ridgeLine>& flatLines, const std::vector<qv_candPair>& pairs,
-                   std::vector<qv_candPair>& out, long maxPairs);
+                   std::vector<qv_candPair>& out, long maxPairs, qv_candidateScratch* scratch = nullptr);
 
 #endif

@@ -126,9 +126,12 @@ void generateFirstQuads(const std::vector<qv_ridgeLine>& flatLines, const std::v
 }
 
 void keepBestQuads(const std::vector<qv_ridgeLine>& flatLines, const std::vector<qv_candQuad>& quads,
-                   std::vector<qv_candQuad>& out, long maxQuads) {
-    qf_keepBest(quads, out, maxQuads, [&flatLines](const qv_candQuad& quad) {
-        return lineAt(flatLines, quad.first.line1).lineQuality + lineAt(flatLines, quad.first.line2).lineQuality +
-               lineAt(flatLines, quad.second.line1).lineQuality + lineAt(flatLines, quad.second.line2).lineQuality;
-    });
+                   std::vector<qv_candQuad>& out, long maxQuads, qv_candidateScratch* scratch) {
+    qv_candidateScratch ownScratch;
+    qf_keepBest(
+        quads, out, maxQuads, (scratch != nullptr ? *scratch : ownScratch).order,
+        [&flatLines](const qv_candQuad& quad) {
+            return lineAt(flatLines, quad.first.line1).lineQuality + lineAt(flatLines, quad.first.line2).lineQuality +
+                   lineAt(flatLines, quad.second.line1).lineQuality + lineAt(flatLines, quad.second.line2).lineQuality;
+        });
 }

@@ -27,8 +27,8 @@ void generateQuads(const std::vector<qv_ridgeLine>& flatLines, const std::vector
 void generateFirstQuads(const std::vector<qv_ridgeLine>& flatLines, const std::vector<qv_candPair>& pairs,
                         std::vector<qv_candQuad>& out, const qv_candidateTolerances& tolerances, long most);
 
-/// Sets `out` to the at most `maxQuads` quads with the smallest sum of their lines' quality; ties keep their order.
+/// Sets `out`, another list, to the at most `maxQuads` quads with the smallest sum of their lines' quality; ties keep their order.
 void keepBestQuads(const std::vector<qv_ridgeLine>& flatLines, const std::vector<qv_candQuad>& quads,
-                   std::vector<qv_candQuad>& out, long maxQuads);
+                   std::vector<qv_candQuad>& out, long maxQuads, qv_candidateScratch* scratch = nullptr);
 
 #endif

@@ -8,6 +8,9 @@
 // magnitude answers to edges and ridges alike, the sign of the imaginary part tells on which side an edge is bright.
 // Each direction's response is scaled so that its strongest pel is 255, which makes the thresholds of the extraction
 // relative.
+//
+// The search that every mode asks for, the ridge scan in the magnitude, needs no images of the real part and of the
+// normalised magnitude: there filter, inverse transform and magnitude run as one (see filtered_response.h).
 #include "qvstreet/frontend/gabor_stage.h"
 
 #include <algorithm>
@@ -26,10 +29,18 @@ constexpr double kRatioKind3 = 2.925714285714286;
 // Below this the whole response is rounding noise and must not be blown up to 255.
 constexpr double kNoResponse = 1e-12;
 
+/// Sets the filter of a direction; a single pair of sizes serves all directions.
 void setFilter(qvFrequencyFilterGabor& filter, const qv_lineFinderRun& run, std::size_t direction,
                const qvPair<long>& size) {
-    filter.set(run.filterSizes[direction], qvPair<double>(0.0, 0.0), qvRadian(0.0), run.filterFrequencies[direction],
-               size, 1);
+    const std::size_t sizes = direction < run.filterSizes.size() ? direction : run.filterSizes.size() - 1;
+    filter.set(run.filterSizes[sizes], qvPair<double>(0.0, 0.0), qvRadian(0.0), run.filterFrequencies[sizes], size, 1);
+    filter.angle(run.filterAngles[direction]);
+}
+
+/// Whether lines are found by the ridge scan in the magnitude, which then is all that has to be made of a response.
+bool scansMagnitude(const qv_lineFinderRun& run) {
+    return (run.runFlags & eRunRidgeScan) != 0 && run.searchedResponse != eSearchImaginary &&
+           run.searchedResponse != eSearchReal;
 }
 
 /// Scales, in place, every response in which lines are found or followed.
@@ -52,6 +63,50 @@ std::vector<std::vector<qvVector<2>>> lastChains(const std::vector<qv_ridgeLine>
     for (std::size_t i = lines.size() - static_cast<std::size_t>(count); i < lines.size(); ++i)
         chains.push_back(lines[i].points);
     return chains;
+}
+
+void extractFromMagnitude(const qvFrequencyBuffer& spectrum, const qv_lineFinderRun& run,
+                          std::vector<qv_ridgeLine>& lines, std::vector<long>& counts,
+                          std::vector<qv_responseView>* views, qv_ResponseScratch& scratch) {
+    const std::size_t directions = run.filterAngles.size();
+    const qvPair<long> size(spectrum.width(), spectrum.height());
+    if (scratch.responses.size() < directions) scratch.responses.resize(directions);
+    for (std::size_t i = 0; i < directions; ++i) {
+        setFilter(scratch.filter, run, i, size);
+        qv_FilteredResponse& response = scratch.responses[i];
+        response.transposed = scansTransposed(run.filterAngles[i] - qvDegree(90.0));
+        respondFiltered(spectrum, scratch, response);
+        extractFromFiltered(response, run, static_cast<long>(i), lines, counts[i], scratch.scan);
+        if (views != nullptr) views->push_back({normalizedMagnitude(response), lastChains(lines, counts[i])});
+    }
+    fitRidgeLines(lines, counts, run, scratch.responses, scratch.scan);
+}
+
+void extractFromImages(const qvFrequencyBuffer& spectrum, const qv_lineFinderRun& run, std::vector<qv_ridgeLine>& lines,
+                       std::vector<long>& counts, std::vector<qv_responseView>* views, qvFrequencyFilterGabor& filter) {
+    const std::size_t directions = run.filterAngles.size();
+    const qvPair<long> size(spectrum.width(), spectrum.height());
+    std::vector<qvPelBuffer_const<double>> polarityImages(directions);
+    qvFrequencyBuffer filtered(size.first, size.second);
+    for (std::size_t i = 0; i < directions; ++i) {
+        setFilter(filter, run, i, size);
+        filter.apply(spectrum, filtered);
+
+        qvPelBuffer<double> real;
+        qvPelBuffer<double> imaginary;
+        qfInverseFFT(filtered, real, imaginary);
+        const qvPelBuffer<double> magnitude = complexMagnitude(real, imaginary);
+        // The votes need the signed values, which the scaling would take away.
+        polarityImages[i] = qfPelCopy<double>(imaginary);
+        normalizeSearched(run.searchedResponse, magnitude, imaginary, real);
+        extractFromResponse(imaginary, real, magnitude, run, static_cast<long>(i), lines, counts[i]);
+        if (views != nullptr)
+            views->push_back({run.searchedResponse == eSearchImaginary ? imaginary
+                              : run.searchedResponse == eSearchReal    ? real
+                                                                       : magnitude,
+                              lastChains(lines, counts[i])});
+    }
+    fitRidgeLines(lines, counts, run, polarityImages);
 }
 
 }  // namespace
@@ -108,36 +163,19 @@ void normalizeAbsTo255(const qvPelBuffer<double>& image) {
 }
 
 void filterAndExtract(const qvFrequencyBuffer& spectrum, const qv_lineFinderRun& run, std::vector<qv_ridgeLine>& lines,
-                      std::vector<long>& counts, std::vector<qv_responseView>* views) {
+                      std::vector<long>& counts, std::vector<qv_responseView>* views, qv_ResponseScratch* scratch) {
+    qv_ResponseScratch own;
+    qv_ResponseScratch& work = scratch != nullptr ? *scratch : own;
     const std::size_t directions = run.filterAngles.size();
     if (views != nullptr) views->clear();
+    for (qv_ridgeLine& line : lines) work.scan.recycle(line.points);
     lines.clear();
     counts.assign(directions, 0);
-    std::vector<qvPelBuffer_const<double>> polarityImages(directions);
     if (directions == 0) return;
-
-    const qvPair<long> size(spectrum.width(), spectrum.height());
-    qvFrequencyFilterGabor filter;
-    setFilter(filter, run, 0, size);
-    qvFrequencyBuffer filtered(size.first, size.second);
-    for (std::size_t i = 0; i < directions; ++i) {
-        if (i > 0 && i < run.filterSizes.size()) setFilter(filter, run, i, size);
-        filter.angle(run.filterAngles[i]);
-        filter.apply(spectrum, filtered);
-
-        qvPelBuffer<double> real;
-        qvPelBuffer<double> imaginary;
-        qfInverseFFT(filtered, real, imaginary);
-        const qvPelBuffer<double> magnitude = complexMagnitude(real, imaginary);
-        // The votes need the signed values, which the scaling would take away.
-        polarityImages[i] = qfPelCopy<double>(imaginary);
-        normalizeSearched(run.searchedResponse, magnitude, imaginary, real);
-        extractFromResponse(imaginary, real, magnitude, run, static_cast<long>(i), lines, counts[i]);
-        if (views != nullptr)
-            views->push_back({run.searchedResponse == eSearchImaginary ? imaginary
-                              : run.searchedResponse == eSearchReal    ? real
-                                                                       : magnitude,
-                              lastChains(lines, counts[i])});
-    }
-    fitRidgeLines(lines, counts, run, polarityImages);
+    if (scansMagnitude(run) && canRespondFiltered(spectrum.width(), spectrum.height()))
+        extractFromMagnitude(spectrum, run, lines, counts, views, work);
+    else
+        extractFromImages(spectrum, run, lines, counts, views, work.filter);
+    // Room for what the next run gets back.
+    work.scan.spentPoints.reserve(work.scan.spentPoints.size() + lines.size());
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "qvstreet/candidates/candidate_records.h"
+#include "qvstreet/frontend/filtered_response.h"
 #include "qvstreet/frontend/line_finder_run.h"
 #include "qvstreet/platform/fourier.h"
 
@@ -40,11 +41,13 @@ struct qv_responseView {
 
 /// Filters the spectrum once per direction of `run` and extracts the lines. A single pair of sizes serves all
 /// directions.
-/// @param views  one element a direction, for records; null for none
+/// @param views    one element a direction, for records; null for none
 /// @param lines the lines of all directions one after the other, image frame; replaced
 /// @param counts how many of them belong to each direction
+/// @param scratch  working memory that a later run finds again; null for memory of this run's own
 void filterAndExtract(const qvFrequencyBuffer& spectrum, const qv_lineFinderRun& run, std::vector<qv_ridgeLine>& lines,
-                      std::vector<long>& counts, std::vector<qv_responseView>* views = nullptr);
+                      std::vector<long>& counts, std::vector<qv_responseView>* views = nullptr,
+                      qv_ResponseScratch* scratch = nullptr);
 
 /// sqrt(re^2 + im^2), pel by pel.
 qvPelBuffer<double> complexMagnitude(const qvPelBuffer_const<double>& real, const qvPelBuffer_const<double>& imaginary);

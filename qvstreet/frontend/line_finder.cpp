@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "qvstreet/frontend/bilinear.h"
 #include "qvstreet/frontend/response_records.h"
@@ -91,11 +92,16 @@ void prepareGate(qv_ridgeExtraction& extraction, const qv_lineGroupParams& lineG
     extraction.grayGateMode = known ? lineGroup.grayGateMode : 0;
 }
 
-qv_lineFinderRun plannedRun(const qv_spectrumState& state, const qv_ridgeFinderParams& params,
-                            const std::vector<qvDegree>& directions) {
+/// Sets `run`, whose lists keep their memory.
+void planRun(const qv_spectrumState& state, const qv_ridgeFinderParams& params, const std::vector<qvDegree>& directions,
+             qv_lineFinderRun& run) {
     const qvXform<2> imageFromClient = state.clientFromImage.inverse();
     const qvXform<2> sampleFromClient = state.imageFromSample.inverse() * imageFromClient;
-    qv_lineFinderRun run;
+    run.filterAngles.clear();
+    run.filterSizes.clear();
+    run.filterFrequencies.clear();
+    run.extraction = qv_ridgeExtraction();
+    run.runFlags = 0;
     if (params.lineGroup.responseSelect == 1) run.runFlags |= eRunRidgeScan;
     if (params.keepPoints) run.runFlags |= eRunKeepPoints;
     run.searchedResponse = searchedResponseOf(params.spec.kind);
@@ -112,7 +118,6 @@ qv_lineFinderRun plannedRun(const qv_spectrumState& state, const qv_ridgeFinderP
     run.extraction.thresholdRatio = params.lineGroup.thresholdRatio;
     run.imageFromSample = state.imageFromSample;
     prepareGate(run.extraction, params.lineGroup, state);
-    return run;
 }
 
 /// Adds the grey levels along the ridge points to `record`. @returns false when no point lies in the image
@@ -177,23 +182,28 @@ double sampleImageBilinear(const unsigned char* firstPel, long rowUpdate, const 
 
 void runLineFinder(const qv_spectrumState& state, const qv_ridgeFinderParams& params,
                    const std::vector<qvDegree>& directions, std::vector<std::vector<qvLineFinderResults>>& results,
-                   qvDiagObject* diagObject, long firstDirection) {
+                   qvDiagObject* diagObject, long firstDirection, qv_LineFinderScratch* scratch) {
     qf_assert(state.prepared, L"a spectrum has been prepared");
-    const qv_lineFinderRun run = plannedRun(state, params, directions);
-    std::vector<qv_ridgeLine> lines;
-    std::vector<long> counts;
+    qv_LineFinderScratch ownScratch;
+    qv_LineFinderScratch& working = scratch != nullptr ? *scratch : ownScratch;
+    const qv_lineFinderRun& run = working.run;
+    std::vector<qv_ridgeLine>& lines = working.lines;
+    std::vector<long>& counts = working.counts;
+    planRun(state, params, directions, working.run);
     std::vector<qv_responseView> views;
-    filterAndExtract(state.spectrum, run, lines, counts, diagObject != nullptr ? &views : nullptr);
+    filterAndExtract(state.spectrum, run, lines, counts, diagObject != nullptr ? &views : nullptr, &working.response);
     if (diagObject != nullptr) recordResponses(state, params, run, views, lines, counts, firstDirection, *diagObject);
 
     const long maxX = state.workImage.width() - 1;
     const long maxY = state.workImage.height() - 1;
     const qvVector<2> offset(static_cast<double>(state.imageOffset.first),
                              static_cast<double>(state.imageOffset.second));
-    std::vector<std::vector<qvLineFinderResults>> found(directions.size());
+    working.found.resize(directions.size());
     auto line = lines.cbegin();
     for (std::size_t direction = 0; direction < directions.size(); ++direction) {
-        found[direction].reserve(static_cast<std::size_t>(counts[direction]));
+        std::vector<qvLineFinderResults>& found = working.found[direction];
+        found.clear();
+        found.reserve(static_cast<std::size_t>(counts[direction]));
         for (long i = 0; i < counts[direction]; ++i, ++line) {
             qvVector<2> p1;
             qvVector<2> p2;
@@ -203,8 +213,9 @@ void runLineFinder(const qv_spectrumState& state, const qv_ridgeFinderParams& pa
             const bool wanted =
                 !params.keepPoints ||
                 addStatistics(record, line->points, state, static_cast<double>(maxX), static_cast<double>(maxY));
-            if (wanted) found[direction].push_back(record);
+            if (wanted) found.push_back(record);
         }
     }
-    results = std::move(found);
+    // Copied, so that both keep their memory.
+    results = working.found;
 }

@@ -20,6 +20,15 @@ struct qv_ridgeFinderParams {
     bool keepPoints = false;
 };
 
+/// Working memory of the line finder, which only grows. What it holds between two runs means nothing.
+struct qv_LineFinderScratch {
+    qv_lineFinderRun run;
+    std::vector<qv_ridgeLine> lines;
+    std::vector<long> counts;
+    std::vector<std::vector<qvLineFinderResults>> found;
+    qv_ResponseScratch response;
+};
+
 /// Filters the prepared spectrum along each of `directions` (client frame) and converts what is found. Meant for one
 /// direction a call: of several, all lines are laid along the last one (see `extractFromResponse`).
 /// @param results per direction, the lines in the order in which the scan started them; statistics only with
@@ -27,10 +36,13 @@ struct qv_ridgeFinderParams {
 ///                that an exception leaves it as it was
 /// @param diagObject      gets the response of each direction with its ridges and lines; null for none
 /// @param firstDirection  number of the first direction in the titles of those records
+/// @param scratch         a later run of the same size that finds it again allocates nothing but results; null for memory
+///                        of this run's own
 /// @throws qvInvariantFailure when no spectrum has been prepared
 void runLineFinder(const qv_spectrumState& state, const qv_ridgeFinderParams& params,
                    const std::vector<qvDegree>& directions, std::vector<std::vector<qvLineFinderResults>>& results,
-                   qvDiagObject* diagObject = nullptr, long firstDirection = 0);
+                   qvDiagObject* diagObject = nullptr, long firstDirection = 0,
+                   qv_LineFinderScratch* scratch = nullptr);
 
 /// Moves the one outside end of a line into the image, image frame.
 /// @param maxX,maxY largest coordinates that count as inside

@@ -15,59 +15,56 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "qvstreet/candidates/candidate_records.h"
-#include "qvstreet/frontend/filter_1d.h"
+#include "qvstreet/frontend/polar_kernels.h"
 #include "qvstreet/frontend/spectrum_records.h"
-#include "qvstreet/platform/pel_ops.h"
-#include "qvstreet/platform/sampling.h"
+#include "qvstreet/platform/stable_sort.h"
 
 namespace {
 
 constexpr long kProfileDegrees = 270;
 constexpr long kFirstCountedDegree = 45;
 constexpr long kEndCountedDegree = 225;
-constexpr double kProfileStart = -2.356194490192345;  // -135 degrees in radians
-constexpr double kProfileEnd = 2.356194490192345;
-constexpr long kBilinear = 2;
 constexpr double kWorstDotProduct = 1e8;
+constexpr long kAlignment = 32;
 
-/// Where the ring's samples lie: a direction on the innermost circle times a radial factor.
-struct PolarTable {
-    std::vector<qvVector<2>> innermost;
-    std::vector<double> radialFactors;
-};
-
-PolarTable polarTable(const qvEllipseAnnulusSection& section, long angularSamples, long radialSamples) {
-    const double nx = static_cast<double>(angularSamples);
-    const double ny = static_cast<double>(radialSamples);
-    PolarTable table;
-    table.innermost.reserve(static_cast<std::size_t>(angularSamples));
-    for (long i = 0; i < angularSamples; ++i) {
-        const qvVector<2> uv((static_cast<double>(i) + 0.5) / nx, 0.5 / ny);
-        table.innermost.push_back(section.mapFromUnitSq(uv) - section.center());
+/// The magnitudes of the elements that a ring of outer radius `outerRadius` around the middle needs, zero frequency in
+/// the middle; the other pels are any.
+void magnitudesOfRing(const qvFrequencyBuffer& spectrum, long outerRadius, qvPelBuffer<double>& magnitude) {
+    const long width = spectrum.width();
+    const long height = spectrum.height();
+    if (width == 0) throw qvPel::BadSize();
+    if (magnitude.width() != width || magnitude.height() != height)
+        magnitude = qvPelBuffer<double>(width, height, kAlignment);
+    // The ring's centre, in both directions; samples lie within the radius and use the next pel, too.
+    const long middle = width / 2;
+    const long reach = std::max(outerRadius, 0L) + 1;
+    const auto first = [&](long size) { return std::clamp(middle - reach, 0L, size - 1); };
+    const auto end = [&](long size) { return std::clamp(middle + reach, 0L, size - 1) + 1; };
+    const qv_PolarKernels& kernels = QV_CHOSEN_KERNELS(polarKernels);
+    // Centred column x is element x - middle of the row, from the left of the middle on counted from the row's end.
+    const long split = std::clamp(middle, first(width), end(width));
+    for (long y = first(height); y < end(height); ++y) {
+        const long row = (y - height / 2 + height) % height;
+        const double* const real = spectrum.realRow(row);
+        const double* const imaginary = spectrum.imaginaryRow(row);
+        double* const out = magnitude.pointToRow(y);
+        const long left = first(width);
+        const long wrapped = left - middle + width;
+        kernels.magnitudes(real + wrapped, imaginary + wrapped, static_cast<std::size_t>(split - left), out + left);
+        kernels.magnitudes(real, imaginary, static_cast<std::size_t>(end(width) - split), out + split);
     }
-    const double innermostRadius = table.innermost.front().len();
-    table.radialFactors.reserve(static_cast<std::size_t>(radialSamples));
-    for (long j = 0; j < radialSamples; ++j) {
-        const qvVector<2> uv(0.5 / nx, (static_cast<double>(j) + 0.5) / ny);
-        table.radialFactors.push_back((section.mapFromUnitSq(uv) - section.center()).len() / innermostRadius);
-    }
-    return table;
 }
 
-/// Bilinear value at `point`, in pel index coordinates; beyond the border the nearest border pel.
-double bilinearAt(const qvPelBuffer_const<double>& image, const qvVector<2>& point) {
-    const long ix = qfTruncate(point.x());
-    const long iy = qfTruncate(point.y());
-    const double fx = point.x() - static_cast<double>(ix);
-    const double fy = point.y() - static_cast<double>(iy);
-    const long x0 = std::clamp(ix, 0L, image.width() - 1);
-    const long x1 = std::clamp(ix + 1, 0L, image.width() - 1);
-    const double* const upper = image.pointToRow(std::clamp(iy, 0L, image.height() - 1));
-    const double* const lower = image.pointToRow(std::clamp(iy + 1, 0L, image.height() - 1));
-    return upper[x0] * ((1.0 - fx) * (1.0 - fy)) + upper[x1] * (fx * (1.0 - fy)) + lower[x0] * ((1.0 - fx) * fy) +
-           lower[x1] * (fx * fy);
+const qvGaussST1D<double, double>& filterOf(double sigma, qv_bandPassScratch::Smoothing& smoothing) {
+    if (!smoothing.filter || smoothing.sigma != sigma) {
+        smoothing.filter.reset();
+        smoothing.filter.emplace(sigma);
+        smoothing.sigma = sigma;
+    }
+    return *smoothing.filter;
 }
 
 /// How many leading scores reach `ratio` of the first; the walk ends at the first that does not.
@@ -97,20 +94,19 @@ void angleAndPerpendicular(qvDegree angle, const qvXform<2>& imageFromClient, co
 /// The pair nearest to a right angle in the image frame; of equal pairs the first.
 qvPair<long> mostPerpendicularPair(const std::vector<qvDegree>& angles, std::size_t count,
                                    const qvXform<2>& imageFromClient) {
-    std::vector<qvVector<2>> directions;
-    directions.reserve(count);
-    for (std::size_t i = 0; i < count; ++i) directions.emplace_back(1.0, imageFromClient.mapAngle(angles[i]));
-
+    const auto direction = [&](std::size_t i) { return qvVector<2>(1.0, imageFromClient.mapAngle(angles[i])); };
     qvPair<long> best(0, 1);
     double bestDotProduct = kWorstDotProduct;
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i + 1 < count; ++i) {
+        const qvVector<2> first = direction(i);
         for (std::size_t j = i + 1; j < count; ++j) {
-            const double dotProduct = std::fabs(directions[i] * directions[j]);
+            const double dotProduct = std::fabs(first * direction(j));
             if (dotProduct < bestDotProduct) {
                 bestDotProduct = dotProduct;
                 best = qvPair<long>(static_cast<long>(i), static_cast<long>(j));
             }
         }
+    }
     return best;
 }
 
@@ -120,38 +116,26 @@ bool operator<(const qv_candAngle& a, const qv_candAngle& b) { return qf_descend
 
 qvPelBuffer<double> polarSampleMagnitude(const qvPelBuffer_const<double>& magnitude, short angularSamples, long r0,
                                          long r1) {
-    const double middle = static_cast<double>(magnitude.width() / 2) + 0.5;
-    const qvVector<2> centre(middle, middle);
-    const qvEllipseAnnulusSection section(centre, static_cast<double>(r0), static_cast<double>(r1),
-                                          qvRadian(kProfileStart), qvRadian(kProfileEnd), true, true, true);
-    const qvPolarSamplingParams sampling(section, angularSamples, r1 - r0, kBilinear);
-    const PolarTable table = polarTable(section, sampling.xNumSamples(), sampling.yNumSamples());
-
-    qvPelBuffer<double> profile(sampling.xNumSamples(), 1, 32);
-    qfPelSet(profile, 0.0);
-    double* const sums = profile.pointToRow(0);
-    // The centre in pel index coordinates, in which a pel's value stands at whole numbers.
-    const qvVector<2> indexCentre = centre - qvVector<2>(0.5, 0.5);
-    for (const double factor : table.radialFactors)
-        for (std::size_t i = 0; i < table.innermost.size(); ++i)
-            sums[i] += bilinearAt(magnitude, indexCentre + table.innermost[i] * factor);
+    qv_polarSum ring;
+    qvPelBuffer<double> profile;
+    ring.sum(magnitude, angularSamples, r0, r1, profile);
     return profile;
 }
 
 qvPelBuffer<double> bandPassed(const qvPelBuffer_const<double>& profile, double narrowSigma, double wideSigma,
-                               double& firstPosition) {
-    const qvGaussST1D<double, double> narrowFilter(narrowSigma);
-    qvPelBuffer<double> narrow;
-    narrowFilter.applyFilter(profile, narrow);
+                               double& firstPosition, qv_bandPassScratch& scratch) {
+    const qvGaussST1D<double, double>& narrowFilter = filterOf(narrowSigma, scratch.narrow);
+    const qvPelBuffer<double>& narrow = scratch.narrow.smoothed;
+    narrowFilter.applyFilter(profile, scratch.narrow.smoothed);
 
     if (!(wideSigma > 0.0)) {
         firstPosition = narrowFilter.filterOffset();
         return narrow;
     }
 
-    const qvGaussST1D<double, double> wideFilter(wideSigma);
-    qvPelBuffer<double> difference;
-    wideFilter.applyFilter(profile, difference);
+    const qvGaussST1D<double, double>& wideFilter = filterOf(wideSigma, scratch.wide);
+    const qvPelBuffer<double>& difference = scratch.wide.smoothed;
+    wideFilter.applyFilter(profile, scratch.wide.smoothed);
     // Both results leave out the ends that their kernel does not fit; the shift brings them to the same profile
     // position.
     const long shift = qfTruncate(wideFilter.filterOffset()) - qfTruncate(narrowFilter.filterOffset());
@@ -160,13 +144,25 @@ qvPelBuffer<double> bandPassed(const qvPelBuffer_const<double>& profile, double 
     return difference;
 }
 
+qvPelBuffer<double> bandPassed(const qvPelBuffer_const<double>& profile, double narrowSigma, double wideSigma,
+                               double& firstPosition) {
+    qv_bandPassScratch scratch;
+    return bandPassed(profile, narrowSigma, wideSigma, firstPosition, scratch);
+}
+
 long bandPassPeaks(const qvPelBuffer_const<double>& profile, double narrowSigma, double peakThreshold, double wideSigma,
-                   std::vector<qvPeak1D>& peaks) {
+                   std::vector<qvPeak1D>& peaks, qv_bandPassScratch& scratch) {
     double firstPosition = 0.0;
-    const qvPelBuffer<double> filtered = bandPassed(profile, narrowSigma, wideSigma, firstPosition);
+    const qvPelBuffer<double> filtered = bandPassed(profile, narrowSigma, wideSigma, firstPosition, scratch);
     qvPeakFinder1D finder(peakThreshold, 1.0, 1.0);
     finder.positionOffset(firstPosition);
     return finder.findPeaks(filtered, peaks);
+}
+
+long bandPassPeaks(const qvPelBuffer_const<double>& profile, double narrowSigma, double peakThreshold, double wideSigma,
+                   std::vector<qvPeak1D>& peaks) {
+    qv_bandPassScratch scratch;
+    return bandPassPeaks(profile, narrowSigma, peakThreshold, wideSigma, peaks, scratch);
 }
 
 qvPair<long> ringRadii(long spectrumWidth, double innerRadiusFraction, double outerRadiusFraction) {
@@ -175,36 +171,47 @@ qvPair<long> ringRadii(long spectrumWidth, double innerRadiusFraction, double ou
     return qvPair<long>(qfTruncate(innerRadiusFraction * highest + 1.0), qfTruncate(outerRadiusFraction * highest));
 }
 
-std::vector<qv_candAngle> findAnglePeaks(const qvFrequencyBuffer& spectrum, double narrowSigma, double wideSigma,
-                                         double peakThreshold, double innerRadiusFraction, double outerRadiusFraction,
-                                         long samplesPerDegree) {
-    const long total = kProfileDegrees * samplesPerDegree;
-    const double firstCounted = static_cast<double>(kFirstCountedDegree * samplesPerDegree);
-    const double endCounted = static_cast<double>(kEndCountedDegree * samplesPerDegree);
-    const qvPair<long> radii = ringRadii(spectrum.width(), innerRadiusFraction, outerRadiusFraction);
+void findAnglePeaks(const qvFrequencyBuffer& spectrum, const qv_angleFinderParams& params,
+                    qv_orientationScratch& scratch) {
+    const long total = kProfileDegrees * params.samplesPerDegree;
+    const double firstCounted = static_cast<double>(kFirstCountedDegree * params.samplesPerDegree);
+    const double endCounted = static_cast<double>(kEndCountedDegree * params.samplesPerDegree);
+    const qvPair<long> radii = ringRadii(spectrum.width(), params.innerRadiusFraction, params.outerRadiusFraction);
 
-    const qvPelBuffer<double> profile =
-        polarSampleMagnitude(spectrum.getMagnitudeImage(true), static_cast<short>(total), radii.first, radii.second);
-    std::vector<qvPeak1D> peaks;
-    bandPassPeaks(profile, narrowSigma, peakThreshold, wideSigma, peaks);
+    magnitudesOfRing(spectrum, radii.second, scratch.magnitude);
+    scratch.ring.sum(scratch.magnitude, static_cast<short>(total), radii.first, radii.second, scratch.profile);
+    scratch.peaks.clear();
+    bandPassPeaks(scratch.profile, params.narrowSigma, params.peakThreshold, params.wideSigma, scratch.peaks,
+                  scratch.bandPass);
 
-    std::vector<qv_candAngle> candidates;
-    for (const qvPeak1D& peak : peaks) {
+    scratch.candidates.clear();
+    for (const qvPeak1D& peak : scratch.peaks) {
         const bool counts = peak.height > 0.0 && firstCounted <= peak.position && peak.position < endCounted;
         if (!counts) continue;
         const double samplesFromMiddle = peak.position - static_cast<double>(total / 2);
-        candidates.push_back({samplesFromMiddle / static_cast<double>(samplesPerDegree), peak.height});
+        scratch.candidates.push_back({samplesFromMiddle / static_cast<double>(params.samplesPerDegree), peak.height});
     }
-    std::stable_sort(candidates.begin(), candidates.end());
-    return candidates;
+    qf_stableSort(scratch.candidates.begin(), scratch.candidates.end());
+}
+
+std::vector<qv_candAngle> findAnglePeaks(const qvFrequencyBuffer& spectrum, double narrowSigma, double wideSigma,
+                                         double peakThreshold, double innerRadiusFraction, double outerRadiusFraction,
+                                         long samplesPerDegree) {
+    qv_orientationScratch scratch;
+    findAnglePeaks(spectrum,
+                   {narrowSigma, wideSigma, peakThreshold, innerRadiusFraction, outerRadiusFraction, samplesPerDegree},
+                   scratch);
+    return std::move(scratch.candidates);
 }
 
 void findDominantAngles(const qv_spectrumState& state, const qv_angleFinderParams& params,
-                        std::vector<qvDegree>& angles, std::vector<double>& scores, qvDiagObject* diagObject) {
+                        std::vector<qvDegree>& angles, std::vector<double>& scores, qvDiagObject* diagObject,
+                        qv_orientationScratch* scratch) {
     qf_assert(state.prepared, L"a spectrum has been prepared");
-    const std::vector<qv_candAngle> candidates =
-        findAnglePeaks(state.spectrum, params.narrowSigma, params.wideSigma, params.peakThreshold,
-                       params.innerRadiusFraction, params.outerRadiusFraction, params.samplesPerDegree);
+    qv_orientationScratch ownScratch;
+    qv_orientationScratch& working = scratch != nullptr ? *scratch : ownScratch;
+    findAnglePeaks(state.spectrum, params, working);
+    const std::vector<qv_candAngle>& candidates = working.candidates;
     angles.resize(candidates.size());
     scores.resize(candidates.size());
     for (std::size_t i = 0; i < candidates.size(); ++i) {

@@ -3,9 +3,12 @@
 #ifndef QVSTREET_FRONTEND_ORIENTATION_H
 #define QVSTREET_FRONTEND_ORIENTATION_H
 
+#include <optional>
 #include <vector>
 
+#include "qvstreet/frontend/filter_1d.h"
 #include "qvstreet/frontend/peak_finder_1d.h"
+#include "qvstreet/frontend/polar_sum.h"
 #include "qvstreet/frontend/spectrum.h"
 
 /// How the angular profile of the spectrum is taken and searched.
@@ -33,15 +36,42 @@ struct qv_candAngle {
 /// The higher score first; NaN last.
 bool operator<(const qv_candAngle& a, const qv_candAngle& b);
 
+/// The filters of one profile and what they give, kept from one profile to the next.
+struct qv_bandPassScratch {
+    struct Smoothing {
+        double sigma = 0.0;
+        std::optional<qvGaussST1D<double, double>> filter;
+        qvPelBuffer<double> smoothed;
+    };
+    Smoothing narrow;
+    Smoothing wide;
+};
+
+/// Tables and working lists of the search, kept from one spectrum to the next.
+struct qv_orientationScratch {
+    qvPelBuffer<double> magnitude;
+    qv_polarSum ring;
+    qvPelBuffer<double> profile;
+    qv_bandPassScratch bandPass;
+    std::vector<qvPeak1D> peaks;
+    std::vector<qv_candAngle> candidates;
+};
+
 /// Finds the candidate street angles of a prepared state, best first.
 /// @param angles client frame, degrees, not folded: a nearly horizontal street may come out near -180
 /// @param scores heights of the peaks of the angular profile, one for each angle
 /// @param diagObject  gets the ring, the angular profile and its peaks; null for none
+/// @param scratch     of former calls; null for a new one
 /// @throws qvInvariantFailure when no spectrum has been prepared
 void findDominantAngles(const qv_spectrumState& state, const qv_angleFinderParams& params,
-                        std::vector<qvDegree>& angles, std::vector<double>& scores, qvDiagObject* diagObject = nullptr);
+                        std::vector<qvDegree>& angles, std::vector<double>& scores, qvDiagObject* diagObject = nullptr,
+                        qv_orientationScratch* scratch = nullptr);
 
-/// The peaks of the spectrum's angular profile, best first.
+/// Sets `scratch.candidates` to the peaks of the spectrum's angular profile, best first.
+void findAnglePeaks(const qvFrequencyBuffer& spectrum, const qv_angleFinderParams& params,
+                    qv_orientationScratch& scratch);
+
+/// The same, as a list of its own.
 std::vector<qv_candAngle> findAnglePeaks(const qvFrequencyBuffer& spectrum, double narrowSigma, double wideSigma,
                                          double peakThreshold, double innerRadiusFraction, double outerRadiusFraction,
                                          long samplesPerDegree);
@@ -57,11 +87,17 @@ qvPelBuffer<double> polarSampleMagnitude(const qvPelBuffer_const<double>& magnit
 
 /// Filters the profile with one Gaussian, or with the difference of two where `wideSigma` is above 0.
 /// @param firstPosition  the profile position that the first element of the result stands for
+/// @returns an image of `scratch`, which the next call fills again
+qvPelBuffer<double> bandPassed(const qvPelBuffer_const<double>& profile, double narrowSigma, double wideSigma,
+                               double& firstPosition, qv_bandPassScratch& scratch);
+/// The same, as an image of its own.
 qvPelBuffer<double> bandPassed(const qvPelBuffer_const<double>& profile, double narrowSigma, double wideSigma,
                                double& firstPosition);
 
 /// Finds the extremes of the profile so filtered. Positions count
 /// profile samples; sample i stands at i + 0.5. @returns the number of peaks
+long bandPassPeaks(const qvPelBuffer_const<double>& profile, double narrowSigma, double peakThreshold, double wideSigma,
+                   std::vector<qvPeak1D>& peaks, qv_bandPassScratch& scratch);
 long bandPassPeaks(const qvPelBuffer_const<double>& profile, double narrowSigma, double peakThreshold, double wideSigma,
                    std::vector<qvPeak1D>& peaks);
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "qvstreet/candidates/candidate_records.h"
+#include "qvstreet/frontend/filtered_response.h"
 #include "qvstreet/frontend/line_finder_run.h"
 
 /// What the scan of one response is told. Thresholds are on the 0 to 255 response.
@@ -38,12 +39,31 @@ void extractFromResponse(const qvPelBuffer_const<double>& imaginary, const qvPel
 void scanRidges(const qvPelBuffer_const<double>& image, const qv_ridgeScanParams& params,
                 std::vector<qv_ridgeLine>& lines);
 
+/// Whether lines of this direction, sample frame, are scanned in a transposed copy of the image: unless they run closer
+/// to the columns, where of equally close ones the rows win.
+bool scansTransposed(qvDegree lineAngle);
+
+/// As `extractFromResponse` by the ridge scan in the magnitude, of a response of the size and with the `transposed` that
+/// `scansTransposed` asks for. The lines are the same to the last bit as those of the normalised magnitude, but only
+/// candidates are ever normalised.
+/// @param scratch  working memory, and points of former lines for the new ones
+void extractFromFiltered(const qv_FilteredResponse& response, const qv_lineFinderRun& run, long direction,
+                         std::vector<qv_ridgeLine>& lines, long& count, qv_ScanScratch& scratch);
+
 /// Makes a straight line of every chain of at least 6 points, drops the others, and moves the lines to image
 /// coordinates.
 /// @param counts lines per direction, rewritten
 /// @param polarityImages per direction the signed imaginary response, on which the points vote
 void fitRidgeLines(std::vector<qv_ridgeLine>& lines, std::vector<long>& counts, const qv_lineFinderRun& run,
                    const std::vector<qvPelBuffer_const<double>>& polarityImages);
+
+/// The same; the points vote on the responses' imaginary parts.
+/// @param scratch  takes the points that the lines do not keep
+void fitRidgeLines(std::vector<qv_ridgeLine>& lines, std::vector<long>& counts, const qv_lineFinderRun& run,
+                   const std::vector<qv_FilteredResponse>& responses, qv_ScanScratch& scratch);
+
+/// The pels of a response that is searched in its magnitude, as 0 to 255: a new image, not transposed.
+qvPelBuffer<double> normalizedMagnitude(const qv_FilteredResponse& response);
 
 /// Bilinear value at a point in pel coordinates, in single precision; beyond the border the nearest border pel.
 double bilinearDouble(const qvPelBuffer_const<double>& image, const qvVector<2>& point);

@@ -14,6 +14,7 @@
 
 #include "qvstreet/frontend/spectrum_records.h"
 #include "qvstreet/platform/pel_ops.h"
+#include "qvstreet/platform/pel_sharing.h"
 #include "qvstreet/platform/sampling.h"
 
 namespace {
@@ -41,16 +42,16 @@ long mirroredIndex(long index, long size) {
     return inPeriod < size ? inPeriod : 2 * size - 1 - inPeriod;
 }
 
-Image reducedImage(const Image& image, long fftSize) {
+void reduceImage(const Image& image, long fftSize, qv_spectrumScratch& scratch) {
     // Whole factors; 0 for an image smaller than the square, which reduces nothing.
     const qvPair<long> factors(image.width() / fftSize, image.height() / fftSize);
-    return qfGaussSample(image, qvGaussSampleParams(qvPair<long>(1, 1), factors, 1.0, true));
+    qf_gaussSample(image, qvGaussSampleParams(qvPair<long>(1, 1), factors, 1.0, true), scratch.gauss, scratch.reduced);
 }
 
 }  // namespace
 
 void prepareSpectrum(qv_spectrumState& state, const Image& image, const qv_spectrumParams& params,
-                     qvDiagObject* diagObject) {
+                     qvDiagObject* diagObject, qv_spectrumScratch* scratch) {
     state.clientFromImage = image.clientFromImageXform();
     state.imageSize = qvPair<long>(image.width(), image.height());
 
@@ -59,14 +60,19 @@ void prepareSpectrum(qv_spectrumState& state, const Image& image, const qv_spect
     state.imageOffset = image.offset();
     state.workImage.offset(0, 0);
 
-    sampleFftImage(state.workImage, params, state.imageFromSample, state.fftImage);
+    sampleFftImage(state.workImage, params, state.imageFromSample, state.fftImage, scratch);
     qf_ForwardFFT(state.fftImage, state.spectrum);
     state.prepared = true;
     if (diagObject != nullptr) recordSpectrum(state, *diagObject);
 }
 
-void sampleFftImage(const Image& image, const qv_spectrumParams& params, qvXform<2>& imageFromSample, Image& fftImage) {
-    const Image reduced = reducedImage(image, params.fftSize);
+void sampleFftImage(const Image& image, const qv_spectrumParams& params, qvXform<2>& imageFromSample, Image& fftImage,
+                    qv_spectrumScratch* scratch) {
+    qv_spectrumScratch ownScratch;
+    qv_spectrumScratch& working = scratch != nullptr ? *scratch : ownScratch;
+    // The former square may be filled again.
+    fftImage = Image();
+    reduceImage(image, params.fftSize, working);
     const long samples = params.usePadding ? params.fftSize - params.padWidth : params.fftSize;
 
     // The reduced image maps back to the coordinates of the input, so the rectangle is given in those.
@@ -75,21 +81,21 @@ void sampleFftImage(const Image& image, const qv_spectrumParams& params, qvXform
     const double margin = static_cast<double>(params.rectMargin);
     const qvAffineRectangle rectangle(qvVector<2>(width / 2.0, height / 2.0), width - margin, height - margin,
                                       qvRadian(0.0), qvRadian(0.0));
-    qvPelBuffer<unsigned char> sampled(samples, samples, kAlignment);
-    qfAffineTransformImage(reduced, sampled, qvAffineSamplingParams(rectangle, samples, samples, kBilinear));
+    qf_provideOwnPels(working.sampled, samples, samples, kAlignment);
+    qfAffineTransformImage(working.reduced, working.sampled,
+                           qvAffineSamplingParams(rectangle, samples, samples, kBilinear));
 
     const double count = static_cast<double>(samples);
     imageFromSample = qvXform<2>(qvMatrix<2>((width - margin) / count, 0.0, 0.0, (height - margin) / count),
                                  qvVector<2>(margin / 2.0, margin / 2.0));
 
     if (!params.usePadding) {
-        fftImage = sampled;
+        fftImage = working.sampled;
         return;
     }
-    qvPelBuffer<unsigned char> padded;
-    const qvPair<long> bands = mirrorPadToSquare(sampled, params.padWidth, padded);
-    featherPadBands(padded, bands);
-    fftImage = padded;
+    const qvPair<long> bands = mirrorPadToSquare(working.sampled, params.padWidth, working.padded);
+    featherPadBands(working.padded, bands);
+    fftImage = working.padded;
 }
 
 qvPair<long> mirrorPadToSquare(const Image& image, long padWidth, qvPelBuffer<unsigned char>& padded) {
@@ -102,7 +108,7 @@ qvPair<long> mirrorPadToSquare(const Image& image, long padWidth, qvPelBuffer<un
         bands.second += width - height;
     }
 
-    padded = qvPelBuffer<unsigned char>(width + bands.first, height + bands.second, kAlignment);
+    qf_provideOwnPels(padded, width + bands.first, height + bands.second, kAlignment);
     for (long y = 0; y < padded.height(); ++y) {
         unsigned char* const row = padded.pointToRow(y);
         std::copy_n(image.pointToRow(mirroredIndex(y, height)), width, row);

@@ -4,6 +4,7 @@
 #define QVSTREET_FRONTEND_SPECTRUM_H
 
 #include "qvstreet/platform/fourier.h"
+#include "qvstreet/platform/gauss_sample.h"
 #include "qvstreet/platform/pel_buffer.h"
 
 class qvDiagObject;
@@ -43,18 +44,32 @@ struct qv_spectrumState {
     qvPelBuffer_const<unsigned char> fftImage;
 };
 
+/// Working images and tables of the preparation, kept from one image to the next.
+struct qv_spectrumScratch {
+    qv_gaussScratch gauss;
+    qvPelBuffer<unsigned char> reduced;
+    qvPelBuffer<unsigned char> sampled;
+    qvPelBuffer<unsigned char> padded;
+};
+
 /// Samples `image` into the square, transforms it and replaces everything in `state`. On an exception `prepared` keeps
 /// its value.
 /// @param diagObject  gets the square and a picture of the spectrum; null for none
+/// @param scratch     of former calls; null for a new one
 void prepareSpectrum(qv_spectrumState& state, const qvPelBuffer_const<unsigned char>& image,
-                     const qv_spectrumParams& params, qvDiagObject* diagObject = nullptr);
+                     const qv_spectrumParams& params, qvDiagObject* diagObject = nullptr,
+                     qv_spectrumScratch* scratch = nullptr);
 
 /// Reduces, samples, mirrors and feathers. `image` has the identity as client transform and offset (0, 0).
+/// @param fftImage  becomes a handle on an image of `scratch`, which a later call fills again unless somebody else
+///                  shows it
 void sampleFftImage(const qvPelBuffer_const<unsigned char>& image, const qv_spectrumParams& params,
-                    qvXform<2>& imageFromSample, qvPelBuffer_const<unsigned char>& fftImage);
+                    qvXform<2>& imageFromSample, qvPelBuffer_const<unsigned char>& fftImage,
+                    qv_spectrumScratch* scratch = nullptr);
 
 /// Adds mirrored bands at the right and the bottom so that `image` becomes a square whose longer side has grown by
 /// `padWidth`. @returns the widths of the bands: (columns added, rows added)
+/// @param padded  filled in place when it has that size and nobody else shows its pels, otherwise a new image
 qvPair<long> mirrorPadToSquare(const qvPelBuffer_const<unsigned char>& image, long padWidth,
                                qvPelBuffer<unsigned char>& padded);
 

@@ -10,7 +10,9 @@
 //
 // The borders of the five stretches are worked out once for a row.
 #include <cstring>
+#include <type_traits>
 
+#include "qvstreet/platform/pel_walk.h"
 #include "qvstreet/platform/sample_destination.h"
 #include "qvstreet/platform/sample_kernel.h"
 #include "qvstreet/platform/sampling.h"
@@ -23,23 +25,49 @@ void fill(unsigned char* row, const qv_Span& span, int value) {
     std::memset(row + span.begin, value, static_cast<std::size_t>(span.end - span.begin));
 }
 
+/// The rows of an image that is sampled by `Kernel`.
 template <class Kernel>
-void sampleRow(const qv_PelSource& source, const qv_FixedVector& start, const qv_FixedVector& step,
-               const qv_WalkSpans& spans, unsigned char* row) {
-    for (long x = spans.inside.begin; x < spans.interior.begin; ++x)
-        row[x] = static_cast<unsigned char>(Kernel::careful(source, start + x * step));
-    qv_WalkPosition position(start, step, spans.interior.begin);
-    for (long x = spans.interior.begin; x < spans.interior.end; ++x, ++position)
-        row[x] = static_cast<unsigned char>(Kernel::interior(source, *position));
-    for (long x = spans.interior.end; x < spans.inside.end; ++x)
-        row[x] = static_cast<unsigned char>(Kernel::careful(source, start + x * step));
-}
+class Rows {
+ public:
+    Rows(const qv_PelSource& source, const qv_FixedVector& step)
+        : source_(source),
+          step_(step),
+          useKernels_(std::is_same_v<Kernel, qv_BilinearKernel> && qf_kernelsFollow(step)) {
+        if (useKernels_) kernelStep_ = qf_walkStep(step);
+    }
+
+    void sample(const qv_FixedVector& start, const qv_WalkSpans& spans, unsigned char* row) const {
+        for (long x = spans.inside.begin; x < spans.interior.begin; ++x)
+            row[x] = static_cast<unsigned char>(Kernel::careful(source_, start + x * step_));
+        sampleInterior(start, spans.interior, row);
+        for (long x = spans.interior.end; x < spans.inside.end; ++x)
+            row[x] = static_cast<unsigned char>(Kernel::careful(source_, start + x * step_));
+    }
+
+ private:
+    void sampleInterior(const qv_FixedVector& start, const qv_Span& interior, unsigned char* row) const {
+        if (useKernels_ && interior.begin < interior.end) {
+            const qv_PelWalk walk = qf_pelWalk(source_, start + interior.begin * step_, interior.end - interior.begin);
+            QV_CHOSEN_KERNELS(projectionKernels).store(walk, kernelStep_, row + interior.begin);
+            return;
+        }
+        qv_WalkPosition position(start, step_, interior.begin);
+        for (long x = interior.begin; x < interior.end; ++x, ++position)
+            row[x] = static_cast<unsigned char>(Kernel::interior(source_, *position));
+    }
+
+    qv_PelSource source_;
+    qv_FixedVector step_;
+    bool useKernels_;
+    qv_WalkStep kernelStep_;
+};
 
 /// @returns whether some sample lay outside
 template <class Kernel>
 bool sampleImage(const qvPelBuffer_const<unsigned char>& image, const qv_SampleGrid& grid,
                  const qvPelBuffer<unsigned char>& destination, const qvPelBuffer<unsigned char>* mask) {
     const qv_PelSource source = qf_pelSource(image);
+    const Rows<Kernel> rows(source, grid.xStep);
     bool partial = false;
     for (long y = 0; y < grid.yCount; ++y) {
         const qv_FixedVector start = grid.start + y * grid.yStep;
@@ -51,7 +79,7 @@ bool sampleImage(const qvPelBuffer_const<unsigned char>& image, const qv_SampleG
 
         unsigned char* row = destination.pointToRow(y);
         fill(row, before, 0);
-        sampleRow<Kernel>(source, start, grid.xStep, spans, row);
+        rows.sample(start, spans, row);
         fill(row, after, 0);
         if (mask == nullptr) continue;
         unsigned char* maskRow = mask->pointToRow(y);

@@ -13,6 +13,7 @@
 #include <memory>
 #include <utility>
 
+#include "qvstreet/platform/fourier_kernels.h"
 #include "qvstreet/platform/fourier_plan.h"
 
 namespace {
@@ -28,19 +29,6 @@ long fromCentred(long coordinate, long size) {
     return shifted < 0 ? shifted + size : shifted;
 }
 
-/// The coordinate of the opposite frequency.
-long opposite(long coordinate, long size) { return coordinate == 0 ? 0 : size - coordinate; }
-
-/// Where a transform of one length takes place.
-struct Block {
-    explicit Block(long length)
-        : plan(qv_FourierPlan::forLength(length)), real(plan->blockSize()), imaginary(plan->blockSize()) {}
-
-    std::shared_ptr<const qv_FourierPlan> plan;
-    qv_AlignedDoubles real;
-    qv_AlignedDoubles imaginary;
-};
-
 /// One part of a complex image in memory.
 struct Plane {
     double* first;
@@ -49,109 +37,33 @@ struct Plane {
     double* row(long y) const { return first + static_cast<std::ptrdiff_t>(y) * rowUpdate; }
 };
 
-// Lanes without a signal are set to 0: what stands there must not slow the arithmetic down or trap.
-
-/// `lanes` neighbouring columns of a row into one row of a block.
-template <typename T>
-void loadLanes(const T* source, long lanes, double* blockRow) {
-    for (long lane = 0; lane < lanes; ++lane) blockRow[lane] = static_cast<double>(source[lane]);
-    for (long lane = lanes; lane < kLanes; ++lane) blockRow[lane] = 0.0;
-}
-
-/// `lanes` rows from `y` on into the lanes of a block.
-void loadRows(const Plane& plane, long y, long lanes, long width, double* block) {
-    for (long lane = 0; lane < lanes; ++lane) {
-        const double* const row = plane.row(y + lane);
-        for (long x = 0; x < width; ++x) block[x * kLanes + lane] = row[x];
-    }
-    for (long lane = lanes; lane < kLanes; ++lane)
-        for (long x = 0; x < width; ++x) block[x * kLanes + lane] = 0.0;
-}
-
-/// One lane of a transformed block into a row, frequencies in order.
-void storeLane(const double* block, const qv_FourierPlan& plan, long lane, double factor, double* row) {
-    for (long x = 0; x < plan.length(); ++x) row[x] = block[plan.rowOf(x) * kLanes + lane] * factor;
-}
-
-/// Columns c and c + half of the image as the real and imaginary part of one signal, for `lanes` columns.
-void loadColumnPairs(const qvPelBuffer_const<unsigned char>& image, long c, long half, long lanes, Block& block) {
-    const long partners = std::clamp(image.width() - half - c, 0L, lanes);
-    for (long y = 0; y < image.height(); ++y) {
-        const unsigned char* const row = image.pointToRow(y);
-        loadLanes(row + c, lanes, block.real.data() + y * kLanes);
-        loadLanes(row + c + half, partners, block.imaginary.data() + y * kLanes);
-    }
-}
-
-/// Takes the transforms of the two columns of each pair apart, by their symmetry: the real column gives
-/// (Z(v) + conj Z(-v)) / 2, the imaginary one (Z(v) - conj Z(-v)) / 2i. Keeps frequencies 0 to height / 2.
-void storeColumnPairs(const Block& block, long c, long half, long lanes, qvFrequencyBuffer& spectrum) {
-    const long height = spectrum.height();
-    const long partners = std::clamp(spectrum.width() - half - c, 0L, lanes);
-    for (long v = 0; v <= height / 2; ++v) {
-        const long above = block.plan->rowOf(v) * kLanes;
-        const long below = block.plan->rowOf(opposite(v, height)) * kLanes;
-        double firstReal[kLanes], firstImaginary[kLanes], secondReal[kLanes], secondImaginary[kLanes];
-        for (long lane = 0; lane < kLanes; ++lane) {
-            const auto a = static_cast<std::size_t>(above + lane);
-            const auto b = static_cast<std::size_t>(below + lane);
-            firstReal[lane] = 0.5 * (block.real[a] + block.real[b]);
-            firstImaginary[lane] = 0.5 * (block.imaginary[a] - block.imaginary[b]);
-            secondReal[lane] = 0.5 * (block.imaginary[a] + block.imaginary[b]);
-            secondImaginary[lane] = 0.5 * (block.real[b] - block.real[a]);
-        }
-        std::copy_n(firstReal, lanes, spectrum.realRow(v) + c);
-        std::copy_n(firstImaginary, lanes, spectrum.imaginaryRow(v) + c);
-        std::copy_n(secondReal, partners, spectrum.realRow(v) + c + half);
-        std::copy_n(secondImaginary, partners, spectrum.imaginaryRow(v) + c + half);
-    }
-}
-
-/// Fills row height - v from row v.
-void mirrorRow(qvFrequencyBuffer& spectrum, long v) {
-    const long width = spectrum.width();
-    const double* const real = spectrum.realRow(v);
-    const double* const imaginary = spectrum.imaginaryRow(v);
-    double* const mirroredReal = spectrum.realRow(spectrum.height() - v);
-    double* const mirroredImaginary = spectrum.imaginaryRow(spectrum.height() - v);
-    mirroredReal[0] = real[0];
-    mirroredImaginary[0] = -imaginary[0];
-    for (long u = 1; u < width; ++u) mirroredReal[u] = real[width - u];
-    for (long u = 1; u < width; ++u) mirroredImaginary[u] = -imaginary[width - u];
-}
-
-/// The inverse transform into two planes, scaled. Exchanging real and imaginary part before and after makes the forward
-/// transform the inverse one.
+/// The inverse transform into two planes, scaled.
 void inverseTransform(const qvFrequencyBuffer& spectrum, const Plane& real, const Plane& imaginary) {
+    const qv_FourierKernels& kernels = QV_CHOSEN_KERNELS(fourierKernels);
     const long width = spectrum.width();
     const long height = spectrum.height();
 
-    Block column(height);
+    qv_FourierBlock column(height);
+    const long* const columnOrder = column.plan->rowsOf();
     for (long c = 0; c < width; c += kLanes) {
         const long lanes = std::min(kLanes, width - c);
-        for (long v = 0; v < height; ++v) {
-            loadLanes(spectrum.realRow(v) + c, lanes, column.real.data() + v * kLanes);
-            loadLanes(spectrum.imaginaryRow(v) + c, lanes, column.imaginary.data() + v * kLanes);
-        }
-        column.plan->transform(column.imaginary.data(), column.real.data());
-        for (long y = 0; y < height; ++y) {
-            const long row = column.plan->rowOf(y) * kLanes;
-            std::copy_n(column.real.data() + row, lanes, real.row(y) + c);
-            std::copy_n(column.imaginary.data() + row, lanes, imaginary.row(y) + c);
-        }
+        kernels.loadColumns(spectrum.realRow(0) + c, spectrum.rowUpdate(), lanes, height, column.real);
+        kernels.loadColumns(spectrum.imaginaryRow(0) + c, spectrum.rowUpdate(), lanes, height, column.imaginary);
+        column.transformBack();
+        kernels.storeColumns(column.real, columnOrder, lanes, height, real.row(0) + c, real.rowUpdate);
+        kernels.storeColumns(column.imaginary, columnOrder, lanes, height, imaginary.row(0) + c, imaginary.rowUpdate);
     }
 
     const double factor = 1.0 / (static_cast<double>(width) * static_cast<double>(height));
-    Block row(width);
+    qv_FourierBlock row(width);
+    const long* const rowOrder = row.plan->rowsOf();
     for (long y = 0; y < height; y += kLanes) {
         const long lanes = std::min(kLanes, height - y);
-        loadRows(real, y, lanes, width, row.real.data());
-        loadRows(imaginary, y, lanes, width, row.imaginary.data());
-        row.plan->transform(row.imaginary.data(), row.real.data());
-        for (long lane = 0; lane < lanes; ++lane) {
-            storeLane(row.real.data(), *row.plan, lane, factor, real.row(y + lane));
-            storeLane(row.imaginary.data(), *row.plan, lane, factor, imaginary.row(y + lane));
-        }
+        kernels.loadRows(real.row(y), real.rowUpdate, lanes, width, row.real);
+        kernels.loadRows(imaginary.row(y), imaginary.rowUpdate, lanes, width, row.imaginary);
+        row.transformBack();
+        kernels.storeRows(row.real, rowOrder, factor, lanes, width, real.row(y), real.rowUpdate);
+        kernels.storeRows(row.imaginary, rowOrder, factor, lanes, width, imaginary.row(y), imaginary.rowUpdate);
     }
 }
 
@@ -242,30 +154,39 @@ void qf_ForwardFFT(const qvPelBuffer_const<unsigned char>& image, qvFrequencyBuf
     const long width = spectrum.width();
     const long height = spectrum.height();
 
+    const qv_FourierKernels& kernels = QV_CHOSEN_KERNELS(fourierKernels);
+    const long rowUpdate = spectrum.rowUpdate();
+
+    // Columns c and c + half are the real and the imaginary part of one signal; an odd width leaves the last one alone.
     const long half = (width + 1) / 2;
-    Block column(height);
+    qv_FourierBlock column(height);
     for (long c = 0; c < half; c += kLanes) {
         const long lanes = std::min(kLanes, half - c);
-        loadColumnPairs(image, c, half, lanes, column);
-        column.plan->transform(column.real.data(), column.imaginary.data());
-        storeColumnPairs(column, c, half, lanes, spectrum);
+        const long partners = std::clamp(width - half - c, 0L, lanes);
+        const unsigned char* const pels = image.pointToRow(0) + c;
+        kernels.loadPels(pels, image.rowUpdate(), lanes, height, column.real);
+        kernels.loadPels(pels + half, image.rowUpdate(), partners, height, column.imaginary);
+        column.transform();
+        kernels.storePairs(column.real, column.imaginary, column.plan->rowsOf(), height, lanes, partners,
+                           spectrum.realRow(0) + c, spectrum.imaginaryRow(0) + c, spectrum.realRow(0) + c + half,
+                           spectrum.imaginaryRow(0) + c + half, rowUpdate);
     }
 
-    const Plane real{spectrum.realRow(0), spectrum.rowUpdate()};
-    const Plane imaginary{spectrum.imaginaryRow(0), spectrum.rowUpdate()};
     const long rows = height / 2 + 1;
-    Block row(width);
+    qv_FourierBlock row(width);
+    const long* const rowOrder = row.plan->rowsOf();
     for (long v = 0; v < rows; v += kLanes) {
         const long lanes = std::min(kLanes, rows - v);
-        loadRows(real, v, lanes, width, row.real.data());
-        loadRows(imaginary, v, lanes, width, row.imaginary.data());
-        row.plan->transform(row.real.data(), row.imaginary.data());
-        for (long lane = 0; lane < lanes; ++lane) {
-            storeLane(row.real.data(), *row.plan, lane, 1.0, real.row(v + lane));
-            storeLane(row.imaginary.data(), *row.plan, lane, 1.0, imaginary.row(v + lane));
-        }
+        kernels.loadRows(spectrum.realRow(v), rowUpdate, lanes, width, row.real);
+        kernels.loadRows(spectrum.imaginaryRow(v), rowUpdate, lanes, width, row.imaginary);
+        row.transform();
+        kernels.storeRows(row.real, rowOrder, 1.0, lanes, width, spectrum.realRow(v), rowUpdate);
+        kernels.storeRows(row.imaginary, rowOrder, 1.0, lanes, width, spectrum.imaginaryRow(v), rowUpdate);
     }
-    for (long v = 1; v < (height + 1) / 2; ++v) mirrorRow(spectrum, v);
+    for (long v = 1; v < (height + 1) / 2; ++v) {
+        kernels.mirrorRow(spectrum.realRow(v), 1.0, width, spectrum.realRow(height - v));
+        kernels.mirrorRow(spectrum.imaginaryRow(v), -1.0, width, spectrum.imaginaryRow(height - v));
+    }
 }
 
 void qfInverseFFT(const qvFrequencyBuffer& spectrum, qvPelBuffer<double>& real, qvPelBuffer<double>& imaginary,

@@ -40,91 +40,6 @@ UnitVector unitVector(std::int64_t step, std::int64_t steps) {
     return {qfCos(qvRadian(angle)), qfSin(qvRadian(angle))};
 }
 
-struct Twiddle {
-    double real;
-    double imaginary;
-};
-
-/// One butterfly of four rows of all lanes, the results turned by the three factors.
-void butterfly4(double* real, double* imaginary, long distance, const Twiddle& w1, const Twiddle& w2,
-                const Twiddle& w3) {
-    double* __restrict r0 = real;
-    double* __restrict r1 = real + distance;
-    double* __restrict r2 = real + 2 * distance;
-    double* __restrict r3 = real + 3 * distance;
-    double* __restrict i0 = imaginary;
-    double* __restrict i1 = imaginary + distance;
-    double* __restrict i2 = imaginary + 2 * distance;
-    double* __restrict i3 = imaginary + 3 * distance;
-    for (long lane = 0; lane < kLanes; ++lane) {
-        const double evenSumR = r0[lane] + r2[lane];
-        const double evenSumI = i0[lane] + i2[lane];
-        const double evenDifR = r0[lane] - r2[lane];
-        const double evenDifI = i0[lane] - i2[lane];
-        const double oddSumR = r1[lane] + r3[lane];
-        const double oddSumI = i1[lane] + i3[lane];
-        // The odd difference times -i.
-        const double oddDifR = i1[lane] - i3[lane];
-        const double oddDifI = r3[lane] - r1[lane];
-        r0[lane] = evenSumR + oddSumR;
-        i0[lane] = evenSumI + oddSumI;
-        const double b1R = evenDifR + oddDifR;
-        const double b1I = evenDifI + oddDifI;
-        r1[lane] = b1R * w1.real - b1I * w1.imaginary;
-        i1[lane] = b1R * w1.imaginary + b1I * w1.real;
-        const double b2R = evenSumR - oddSumR;
-        const double b2I = evenSumI - oddSumI;
-        r2[lane] = b2R * w2.real - b2I * w2.imaginary;
-        i2[lane] = b2R * w2.imaginary + b2I * w2.real;
-        const double b3R = evenDifR - oddDifR;
-        const double b3I = evenDifI - oddDifI;
-        r3[lane] = b3R * w3.real - b3I * w3.imaginary;
-        i3[lane] = b3R * w3.imaginary + b3I * w3.real;
-    }
-}
-
-/// The same where all three factors are 1.
-void butterfly4Unturned(double* real, double* imaginary, long distance) {
-    double* __restrict r0 = real;
-    double* __restrict r1 = real + distance;
-    double* __restrict r2 = real + 2 * distance;
-    double* __restrict r3 = real + 3 * distance;
-    double* __restrict i0 = imaginary;
-    double* __restrict i1 = imaginary + distance;
-    double* __restrict i2 = imaginary + 2 * distance;
-    double* __restrict i3 = imaginary + 3 * distance;
-    for (long lane = 0; lane < kLanes; ++lane) {
-        const double evenSumR = r0[lane] + r2[lane];
-        const double evenSumI = i0[lane] + i2[lane];
-        const double evenDifR = r0[lane] - r2[lane];
-        const double evenDifI = i0[lane] - i2[lane];
-        const double oddSumR = r1[lane] + r3[lane];
-        const double oddSumI = i1[lane] + i3[lane];
-        const double oddDifR = i1[lane] - i3[lane];
-        const double oddDifI = r3[lane] - r1[lane];
-        r0[lane] = evenSumR + oddSumR;
-        i0[lane] = evenSumI + oddSumI;
-        r1[lane] = evenDifR + oddDifR;
-        i1[lane] = evenDifI + oddDifI;
-        r2[lane] = evenSumR - oddSumR;
-        i2[lane] = evenSumI - oddSumI;
-        r3[lane] = evenDifR - oddDifR;
-        i3[lane] = evenDifI - oddDifI;
-    }
-}
-
-/// One butterfly of two rows, the last step where the length is an odd power of two.
-void butterfly2(double* real, double* imaginary) {
-    for (long lane = 0; lane < kLanes; ++lane) {
-        const double sumR = real[lane] + real[lane + kLanes];
-        const double sumI = imaginary[lane] + imaginary[lane + kLanes];
-        real[lane + kLanes] = real[lane] - real[lane + kLanes];
-        imaginary[lane + kLanes] = imaginary[lane] - imaginary[lane + kLanes];
-        real[lane] = sumR;
-        imaginary[lane] = sumI;
-    }
-}
-
 /// Multiplies a row of all lanes by one complex number.
 void turnRow(double* real, double* imaginary, double factorReal, double factorImaginary) {
     for (long lane = 0; lane < kLanes; ++lane) {
@@ -150,18 +65,18 @@ std::shared_ptr<const qv_FourierPlan> qv_FourierPlan::forLength(long length) {
 }
 
 void qv_FourierPlan::buildPowerOfTwo() {
-    const auto count = static_cast<std::size_t>(length_);
-    cosine_.resize(count);
-    sine_.resize(count);
-    for (long k = 0; k < length_; ++k) {
-        const UnitVector turn = unitVector(k, length_);
-        cosine_[static_cast<std::size_t>(k)] = turn.x;
-        sine_[static_cast<std::size_t>(k)] = -turn.y;
-    }
+    // In the order in which the steps ask for them.
+    for (long span = length_; span >= 4; span /= 4)
+        for (long j = 1; j < span / 4; ++j)
+            for (long power = 1; power <= 3; ++power) {
+                const UnitVector turn = unitVector(power * j, span);
+                turns_.push_back(turn.x);
+                turns_.push_back(-turn.y);
+            }
 
     // The first step leaves the frequencies 4 q + r in quarter r of the rows, the next one does the same within each
     // quarter, and so on: the row is the frequency with its digits in reversed order.
-    rowOf_.assign(count, 0);
+    rowOf_.assign(static_cast<std::size_t>(length_), 0);
     long step = 1;
     for (long span = length_; span > 1;) {
         const long radix = span >= 4 ? 4 : 2;
@@ -169,27 +84,6 @@ void qv_FourierPlan::buildPowerOfTwo() {
         for (long k = 0; k < length_; ++k) rowOf_[static_cast<std::size_t>(k)] += (k / step) % radix * span;
         step *= radix;
     }
-}
-
-// Decimation in frequency, in place: each step combines rows a quarter apart and turns the results, then goes on within
-// the quarters.
-void qv_FourierPlan::transformPowerOfTwo(double* real, double* imaginary) const {
-    long span = length_;
-    for (; span >= 4; span /= 4) {
-        const long quarter = span / 4;
-        const long distance = quarter * kLanes;
-        const long turnsPerRow = length_ / span;
-        for (long base = 0; base < length_; base += span) {
-            butterfly4Unturned(real + base * kLanes, imaginary + base * kLanes, distance);
-            for (long j = 1; j < quarter; ++j) {
-                const auto k = static_cast<std::size_t>(j * turnsPerRow);
-                butterfly4(real + (base + j) * kLanes, imaginary + (base + j) * kLanes, distance,
-                           {cosine_[k], sine_[k]}, {cosine_[2 * k], sine_[2 * k]}, {cosine_[3 * k], sine_[3 * k]});
-            }
-        }
-    }
-    if (span == 2)
-        for (long base = 0; base < length_; base += 2) butterfly2(real + base * kLanes, imaginary + base * kLanes);
 }
 
 // Any length n as a convolution (after Bluestein): with i k = (i^2 + k^2 - (k - i)^2) / 2 the transform is a product
@@ -270,5 +164,12 @@ void qv_FourierPlan::transform(double* real, double* imaginary) const {
     if (convolver_)
         transformByConvolution(real, imaginary);
     else
-        transformPowerOfTwo(real, imaginary);
+        QV_CHOSEN_KERNELS(fourierKernels).transform(real, imaginary, length_, turns_.data());
+}
+
+qv_FourierBlock::qv_FourierBlock(long length) : plan(qv_FourierPlan::forLength(length)) {
+    const std::size_t size = plan->blockSize();
+    if (size > kOwnSize) memory_.resize(2 * size);
+    real = size > kOwnSize ? memory_.data() : own_;
+    imaginary = real + size;
 }

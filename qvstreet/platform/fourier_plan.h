@@ -7,6 +7,9 @@
 #include <memory>
 #include <vector>
 
+#include "qvstreet/platform/aligned_memory.h"
+#include "qvstreet/platform/fourier_kernels.h"
+
 /// The tables for one length, built once and never changed, so that threads may share them.
 ///
 /// A block holds sample i of all signals in row i: `kLanes` real parts in one array, the imaginary parts in a second. A
@@ -17,7 +20,7 @@
 class qv_FourierPlan {
  public:
     /// Signals per block; in doubles, one cache line.
-    static constexpr long kLanes = 8;
+    static constexpr long kLanes = kFourierLanes;
 
     /// @param length  samples of a signal, 1 or more. Powers of two take about 4.25 length log2(length) operations; any
     ///                other length goes through a convolution of at least twice its length.
@@ -38,24 +41,51 @@ class qv_FourierPlan {
 
     /// The row of a block in which `transform` leaves frequency `k`.
     long rowOf(long k) const { return rowOf_[static_cast<std::size_t>(k)]; }
+    /// The rows of all frequencies.
+    const long* rowsOf() const { return rowOf_.data(); }
+
+    /// Powers of two only: the factors that the kernels want.
+    const double* turns() const { return turns_.data(); }
 
  private:
     void buildPowerOfTwo();
     void buildConvolution();
-    void transformPowerOfTwo(double* real, double* imaginary) const;
     void transformByConvolution(double* real, double* imaginary) const;
 
     long length_;
     long blockRows_;
     std::vector<long> rowOf_;
-    /// Powers of two: cos and sin of -2 pi k / length. Other lengths: of -pi k^2 / length.
+    /// Powers of two only: the factors of the butterflies, in the order of their use.
+    std::vector<double> turns_;
+    /// Other lengths only: cos and sin of -pi k^2 / length.
     std::vector<double> cosine_;
     std::vector<double> sine_;
-    /// Other lengths only: the transform that convolves, and the spectrum of the kernel in its row order, divided by
+    /// Also other lengths only: the transform that convolves, and the spectrum of the kernel in its row order, divided by
     /// its length.
     std::shared_ptr<const qv_FourierPlan> convolver_;
     std::vector<double> kernelReal_;
     std::vector<double> kernelImaginary_;
+};
+
+/// Where a transform of one length takes place: on the stack up to the side of the square that every image is analysed
+/// in, so that nothing is allocated for it.
+class qv_FourierBlock {
+    static constexpr std::size_t kOwnSize = static_cast<std::size_t>(256 * qv_FourierPlan::kLanes);
+    alignas(64) double own_[2 * kOwnSize];
+    qv_AlignedDoubles memory_;
+
+ public:
+    explicit qv_FourierBlock(long length);
+    qv_FourierBlock(const qv_FourierBlock&) = delete;
+    qv_FourierBlock& operator=(const qv_FourierBlock&) = delete;
+
+    void transform() { plan->transform(real, imaginary); }
+    /// Not scaled. Exchanging real and imaginary part before and after makes the forward transform the inverse one.
+    void transformBack() { plan->transform(imaginary, real); }
+
+    const std::shared_ptr<const qv_FourierPlan> plan;
+    double* real;
+    double* imaginary;
 };
 
 #endif

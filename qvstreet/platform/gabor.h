@@ -3,14 +3,27 @@
 #ifndef QVSTREET_PLATFORM_GABOR_H
 #define QVSTREET_PLATFORM_GABOR_H
 
+#include <vector>
+
 #include "qvstreet/platform/angle.h"
 #include "qvstreet/platform/fourier.h"
+#include "qvstreet/platform/gabor_kernels.h"
+
+/// Elements of one axis of a spectrum by their signed frequencies: from `first` up to below `end`. Negative ones stand
+/// behind the others, at size + element.
+struct qv_ElementRange {
+    long first = 0;
+    long end = 0;
+};
 
 /// Gain at frequency (u, v), in cycles per pel, each in [-0.5, 0.5):
 ///
 ///     u' =  u cos(angle) + v sin(angle)
 ///     v' = -u sin(angle) + v cos(angle)
 ///     gain = exp(-((u' - centre)^2 / (2 sigmaU^2) + v'^2 / (2 sigmaV^2))),   and 0 at zero frequency
+///
+/// A gain below 1e-9 counts as 0: what is left of such elements is less than the rounding to whole grey levels made of
+/// them, and the transforms need not look at them.
 ///
 /// The angle is that of the wave the filter answers to; streets run at right angles to it. The lobe stands at +centre
 /// only, so the filtered image is complex: its real part answers to ridges across the angle, its imaginary part to
@@ -40,11 +53,25 @@ class qvFrequencyFilterGabor {
     /// @throws qvPel::SizeMismatch if `source` has not the size that was set
     void apply(const qvFrequencyBuffer& source, qvFrequencyBuffer& destination) const;
 
+    /// The columns and the rows outside of which all gains are 0; never empty.
+    qv_ElementRange liveColumns() const;
+    qv_ElementRange liveRows() const;
+
+    /// As `apply`, of the rectangle of elements at (column, row), which lies within the spectrum; element (i, j) of it
+    /// goes to `real[j * rowUpdate + i]` and to the same place in `imaginary`.
+    void applyTo(const qvFrequencyBuffer& source, long column, long row, long columns, long rows, double* real,
+                 double* imaginary, long rowUpdate) const;
+
  private:
+    qv_GaborLobe lobe() const;
+
     qvPair<double> sigmas_;
     qvRadian angle_;
     double centreFrequency_ = 0.0;
     qvPair<long> size_;
+    /// Of the elements along each axis, cycles per pel.
+    std::vector<double> frequenciesU_;
+    std::vector<double> frequenciesV_;
 };
 
 #endif

@@ -13,13 +13,12 @@
 //
 // The more taps there are, the smaller are the weights and the more does their rounding count. Where it could move a
 // result by half a grey level, from factors of about 50 on, the same two steps run in doubles.
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstdint>
-#include <vector>
+#include "qvstreet/platform/gauss_sample.h"
 
-#include "qvstreet/platform/sampling.h"
+#include <algorithm>
+#include <cmath>
+
+#include "qvstreet/platform/gauss_kernels.h"
 
 namespace {
 
@@ -31,25 +30,12 @@ constexpr double kSigmaPerFactor = 0.35;
 // Where the taps end, in sigmas.
 constexpr double kReach = 3.0;
 
-constexpr int kWeightBits = 14;
-constexpr std::int32_t kWeightSum = 1 << kWeightBits;
-// Of the values between the two directions, in bits behind the point of a grey level.
-constexpr int kBetweenBits = 7;
+constexpr std::int32_t kWeightSum = 1 << 14;
 // What whole weights may be off, in grey levels. With 1/256 from the values between the directions and 1/2 from the
 // final rounding the result stays within 1.
 constexpr double kMostWeightError = 0.49;
 
-/// The taps of one axis: block b reads the pels b * factor + first up to b * factor + first + weights.size() - 1,
-/// clamped to the image.
-struct Taps {
-    long factor = 1;
-    long first = 0;
-    std::vector<double> weights;
-    /// The same in 2^-14.
-    std::vector<std::int16_t> wholeWeights;
-    /// By how many grey levels the two can differ, on the image that is worst for them.
-    double weightError = 0.0;
-};
+constexpr long kAlignment = 32;
 
 /// The Gaussian at each distance, scaled so that all add up to 1.
 std::vector<double> gaussianWeights(const std::vector<double>& distances, double sigma) {
@@ -93,15 +79,16 @@ double worstError(const std::vector<double>& weights, const std::vector<std::int
     return 255.0 * lost;
 }
 
-Taps makeTaps(long factor, double smoothing) {
+qv_gaussTaps makeTaps(long factor, double smoothing) {
     const double sigma = kSigmaPerFactor * static_cast<double>(factor) * smoothing;
     const double middle = static_cast<double>(factor) / 2.0;
     const double nearest = factor % 2 == 0 ? 0.5 : 0.0;
     // A pel that lies on the limit stays in, whatever the rounding of the product.
     const double reach = std::max(kReach * sigma, nearest) + 1e-9;
 
-    Taps taps;
+    qv_gaussTaps taps;
     taps.factor = factor;
+    taps.smoothing = smoothing;
     taps.first = static_cast<long>(std::ceil(middle - 0.5 - reach));
     std::vector<double> distances;
     for (long pel = taps.first; static_cast<double>(pel) + 0.5 - middle <= reach; ++pel)
@@ -109,7 +96,13 @@ Taps makeTaps(long factor, double smoothing) {
     taps.weights = gaussianWeights(distances, sigma);
     taps.wholeWeights = roundedWeights(taps.weights);
     taps.weightError = worstError(taps.weights, taps.wholeWeights);
+    while (taps.wholeWeights.size() % kGaussTapGroup != 0) taps.wholeWeights.push_back(0);
     return taps;
+}
+
+void provideTaps(long factor, double smoothing, qv_gaussTaps& taps) {
+    const bool isAsked = taps.factor == factor && taps.smoothing == smoothing;
+    if (!isAsked) taps = makeTaps(factor, smoothing);
 }
 
 long blockCount(long size, long factor, bool completeLastBlock) {
@@ -117,87 +110,55 @@ long blockCount(long size, long factor, bool completeLastBlock) {
 }
 
 /// The row that tap `tap` of a row of blocks reads, border rows repeated.
-const unsigned char* tappedRow(const Image& image, const Taps& taps, long block, std::size_t tap) {
+const unsigned char* tappedRow(const Image& image, const qv_gaussTaps& taps, long block, std::size_t tap) {
     const long row = block * taps.factor + taps.first + static_cast<long>(tap);
     return image.pointToRow(std::clamp(row, 0L, image.height() - 1));
 }
 
-/// The weighted sum of four rows, written or added to `sums`.
-template <bool kAdds>
-void sweepFourRows(const std::array<const unsigned char*, 4>& rows, const std::array<std::int16_t, 4>& weights,
-                   long width, std::int32_t* sums) {
-    const unsigned char* const row0 = rows[0];
-    const unsigned char* const row1 = rows[1];
-    const unsigned char* const row2 = rows[2];
-    const unsigned char* const row3 = rows[3];
-    for (long x = 0; x < width; ++x) {
-        const std::int32_t sum = weights[0] * std::int16_t{row0[x]} + weights[1] * std::int16_t{row1[x]} +
-                                 weights[2] * std::int16_t{row2[x]} + weights[3] * std::int16_t{row3[x]};
-        sums[x] = kAdds ? sums[x] + sum : sum;
-    }
+/// The columns that some block reads, and where the first of them stands in the row of values.
+struct ColumnsRead {
+    long first;
+    std::size_t count;
+    std::size_t place;
+};
+
+ColumnsRead columnsRead(long width, const qv_gaussTaps& along, std::size_t values) {
+    const long last = along.first + static_cast<long>(values) - 1;
+    const long first = std::clamp(along.first, 0L, width - 1);
+    return {first, static_cast<std::size_t>(std::clamp(last, 0L, width - 1) - first + 1),
+            static_cast<std::size_t>(std::max(first - along.first, 0L))};
 }
 
-/// Smooths down the columns for one row of blocks.
-void smoothDown(const Image& image, const Taps& taps, long block, std::int32_t* sums) {
-    const std::size_t tapCount = taps.wholeWeights.size();
-    for (std::size_t tap = 0; tap < tapCount; tap += 4) {
-        std::array<const unsigned char*, 4> rows;
-        std::array<std::int16_t, 4> weights;
-        for (std::size_t i = 0; i < 4; ++i) {
-            rows[i] = tappedRow(image, taps, block, tap + i);
-            weights[i] = tap + i < tapCount ? taps.wholeWeights[tap + i] : std::int16_t{0};
-        }
-        if (tap == 0)
-            sweepFourRows<false>(rows, weights, image.width(), sums);
-        else
-            sweepFourRows<true>(rows, weights, image.width(), sums);
-    }
-}
+void reduceInWholeNumbers(const Image& image, qv_gaussScratch& scratch, const qvPelBuffer<unsigned char>& reduced) {
+    const qv_gaussTaps& along = scratch.along;
+    const qv_gaussTaps& down = scratch.down;
+    const qv_GaussKernels& kernels = QV_CHOSEN_KERNELS(gaussKernels);
+    const std::size_t blocks = static_cast<std::size_t>(reduced.width());
+    const std::size_t factor = static_cast<std::size_t>(along.factor);
+    const std::size_t downTaps = down.weights.size();
+    scratch.rows.resize(downTaps);
+    scratch.values.resize((blocks - 1) * factor + along.wholeWeights.size());
+    std::int16_t* const values = scratch.values.data();
+    std::int16_t* const end = values + scratch.values.size();
+    const ColumnsRead read = columnsRead(image.width(), along, scratch.values.size());
 
-/// Rounds the sums to 1/128 grey level and puts the pels `firstPel` and following into `values`, border pels repeated.
-void roundWithBorders(const std::vector<std::int32_t>& sums, long firstPel, std::vector<std::int16_t>& values) {
-    constexpr int kDropped = kWeightBits - kBetweenBits;
-    const auto rounded = [](std::int32_t sum) {
-        return static_cast<std::int16_t>((sum + (1 << (kDropped - 1))) >> kDropped);
-    };
-    const long width = static_cast<long>(sums.size());
-    const long count = static_cast<long>(values.size());
-    const long begin = std::clamp(-firstPel, 0L, count);
-    const long end = std::clamp(width - firstPel, begin, count);
-    std::fill_n(values.begin(), begin, rounded(sums.front()));
-    for (long i = begin; i < end; ++i)
-        values[static_cast<std::size_t>(i)] = rounded(sums[static_cast<std::size_t>(i + firstPel)]);
-    std::fill(values.begin() + end, values.end(), rounded(sums.back()));
-}
-
-/// Smooths along a row and rounds to whole grey levels, half up.
-void smoothAlong(const std::vector<std::int16_t>& values, const Taps& taps, long blocks, unsigned char* row) {
-    constexpr int kDropped = kWeightBits + kBetweenBits;
-    const std::int16_t* const weights = taps.wholeWeights.data();
-    const std::size_t tapCount = taps.wholeWeights.size();
-    for (long block = 0; block < blocks; ++block) {
-        const std::int16_t* const first = values.data() + block * taps.factor;
-        std::int32_t sum = 1 << (kDropped - 1);
-        for (std::size_t tap = 0; tap < tapCount; ++tap) sum += first[tap] * weights[tap];
-        row[block] = static_cast<unsigned char>(sum >> kDropped);
-    }
-}
-
-void reduceInWholeNumbers(const Image& image, const Taps& along, const Taps& down,
-                          const qvPelBuffer<unsigned char>& reduced) {
-    const std::size_t lastBlock = static_cast<std::size_t>((reduced.width() - 1) * along.factor);
-    std::vector<std::int32_t> sums(static_cast<std::size_t>(image.width()));
-    std::vector<std::int16_t> values(lastBlock + along.wholeWeights.size());
     for (long row = 0; row < reduced.height(); ++row) {
-        smoothDown(image, down, row, sums.data());
-        roundWithBorders(sums, along.first, values);
-        smoothAlong(values, along, reduced.width(), reduced.pointToRow(row));
+        for (std::size_t tap = 0; tap < downTaps; ++tap)
+            scratch.rows[tap] = tappedRow(image, down, row, tap) + read.first;
+        std::int16_t* const inner = values + read.place;
+        kernels.smoothDown(scratch.rows.data(), down.wholeWeights.data(), downTaps, read.count, inner);
+        std::fill(values, inner, *inner);
+        std::fill(inner + read.count, end, inner[read.count - 1]);
+        kernels.smoothAlong(values, factor, along.wholeWeights.data(), along.wholeWeights.size(), blocks,
+                            reduced.pointToRow(row));
     }
 }
 
-void reduceInDoubles(const Image& image, const Taps& along, const Taps& down,
-                     const qvPelBuffer<unsigned char>& reduced) {
-    std::vector<double> sums(static_cast<std::size_t>(image.width()));
+void reduceInDoubles(const Image& image, qv_gaussScratch& scratch, const qvPelBuffer<unsigned char>& reduced) {
+    const qv_gaussTaps& along = scratch.along;
+    const qv_gaussTaps& down = scratch.down;
+    std::vector<double>& sums = scratch.sums;
+    sums.resize(static_cast<std::size_t>(image.width()));
     for (long row = 0; row < reduced.height(); ++row) {
         std::fill(sums.begin(), sums.end(), 0.0);
         for (std::size_t tap = 0; tap < down.weights.size(); ++tap) {
@@ -228,25 +189,34 @@ qvXform<2> clientFromBlocks(const Image& image, const qvPair<long>& factors) {
 
 }  // namespace
 
-qvPelBuffer<unsigned char> qfGaussSample(const qvPelBuffer_const<unsigned char>& image,
-                                         const qvGaussSampleParams& params) {
+void qf_gaussSample(const qvPelBuffer_const<unsigned char>& image, const qvGaussSampleParams& params,
+                    qv_gaussScratch& scratch, qvPelBuffer<unsigned char>& reduced) {
     if (!image.isBound()) throw qvPel::UnboundWindow();
     const bool hasPels = image.width() > 0 && image.height() > 0;
     const qvPair<long>& factors = params.factors();
     const long columns = hasPels ? blockCount(image.width(), factors.first, params.completeLastBlock()) : 1;
     const long rows = hasPels ? blockCount(image.height(), factors.second, params.completeLastBlock()) : 1;
-    qvPelBuffer<unsigned char> reduced(columns, rows, 32);
+    if (reduced.width() != columns || reduced.height() != rows)
+        reduced = qvPelBuffer<unsigned char>(columns, rows, kAlignment);
+    reduced.offset(0, 0);
     reduced.clientFromImageXform(clientFromBlocks(image, factors));
     if (!hasPels) {
         reduced.window(0, 0, 0, 0, false);
-        return reduced;
+        return;
     }
 
-    const Taps along = makeTaps(factors.first, params.smoothing());
-    const Taps down = makeTaps(factors.second, params.smoothing());
-    if (along.weightError + down.weightError <= kMostWeightError)
-        reduceInWholeNumbers(image, along, down, reduced);
+    provideTaps(factors.first, params.smoothing(), scratch.along);
+    provideTaps(factors.second, params.smoothing(), scratch.down);
+    if (scratch.along.weightError + scratch.down.weightError <= kMostWeightError)
+        reduceInWholeNumbers(image, scratch, reduced);
     else
-        reduceInDoubles(image, along, down, reduced);
+        reduceInDoubles(image, scratch, reduced);
+}
+
+qvPelBuffer<unsigned char> qfGaussSample(const qvPelBuffer_const<unsigned char>& image,
+                                         const qvGaussSampleParams& params) {
+    qv_gaussScratch scratch;
+    qvPelBuffer<unsigned char> reduced;
+    qf_gaussSample(image, params, scratch, reduced);
     return reduced;
 }

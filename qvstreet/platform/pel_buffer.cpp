@@ -1,6 +1,7 @@
 #include "qvstreet/platform/pel_buffer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <new>
 
@@ -69,6 +70,13 @@ qv_PelBuffer::qv_PelBuffer(long width, long height, long alignmentBytes, std::si
     owner_ = allocatePels(static_cast<std::size_t>(rowUpdate_) * static_cast<std::size_t>(height) * pelBytes);
     entireBytes_ = static_cast<const std::byte*>(owner_.get());
     setEntire();
+}
+
+long qf_pelHandles(const qv_PelBuffer& buffer) {
+    const long handles = buffer.owner_.use_count();
+    // What others read through handles that they have given up was read before.
+    std::atomic_thread_fence(std::memory_order_acquire);
+    return handles;
 }
 
 void qv_PelBuffer::showPart(long entireX, long entireY, long width, long height) {

@@ -76,6 +76,7 @@ class QV_EXPORT qv_PelBuffer {
     ~qv_PelBuffer() = default;
 
     friend QV_EXPORT void qf_SetSubWindow(qv_PelBuffer& buffer, long x, long y, long width, long height);
+    friend long qf_pelHandles(const qv_PelBuffer& buffer);
 
     const std::byte* windowBytes() const { return windowBytes_; }
     /// @throws qvPel::UnboundWindow; qvInvariantFailure outside the window

@@ -9,6 +9,8 @@
 //     across runs along the rows     for each bin: one walk across, two sums in registers
 //     bins run along the rows        for each position across: one walk over the bins, adding to arrays of sums
 //
+// Bilinear walks that lean by less than 35 degrees are added up by kernels, all others sample by sample.
+//
 // A steep walk touches a cache line in every row that it crosses. It is cut into stretches that cross a limited number
 // of rows, and neighbouring walks follow one another stretch by stretch, so that they find the lines still in the
 // cache.
@@ -17,7 +19,7 @@
 #include <cmath>
 #include <type_traits>
 
-#include "qvstreet/platform/bilinear_lanes.h"
+#include "qvstreet/platform/pel_walk.h"
 #include "qvstreet/platform/sample_kernel.h"
 
 namespace {
@@ -25,6 +27,10 @@ namespace {
 // As many lines as neighbouring walks can keep in a second-level cache of 16 ways even when a row is 4096 pels long and
 // all lines of a column compete for the same few places.
 constexpr std::int64_t kMostRowsOfStretch = 128;
+
+// A walk that leans crosses many rows and needs a little of each, which no prefetcher of a processor foresees. Four rows
+// are time enough, and neighbouring walks about as many rows apart.
+constexpr std::ptrdiff_t kRowsToFetchAhead = 4;
 
 /// Samples of a walk until it has crossed so many rows.
 long stretchLength(const qv_FixedVector& step, long count) {
@@ -43,26 +49,9 @@ struct IntoOneBin {
         squareSum += value * value;
     }
 
-#ifdef QV_HAS_BILINEAR_LANES
-    // Four partial sums each.
-    __m128i sums = _mm_setzero_si128();
-    __m128i squareSums = _mm_setzero_si128();
-
-    void addLanes(long, const __m128i& values) {
-        sums = _mm_add_epi32(sums, _mm_madd_epi16(values, _mm_set1_epi16(1)));
-        squareSums = _mm_add_epi32(squareSums, _mm_madd_epi16(values, values));
+    void addWalk(const qv_ProjectionKernels& kernels, const qv_PelWalk& walk, const qv_WalkStep& step, long) {
+        kernels.addToBin(walk, step, &sum, &squareSum);
     }
-
-    static std::uint32_t total(const __m128i& partialSums) {
-        const __m128i pairs = _mm_add_epi32(partialSums, _mm_srli_si128(partialSums, 8));
-        return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_add_epi32(pairs, _mm_srli_si128(pairs, 4))));
-    }
-
-    void addPartialSums() {
-        sum += total(sums);
-        squareSum += total(squareSums);
-    }
-#endif
 };
 
 /// Adds sample k of a walk to element k of the sums.
@@ -75,68 +64,56 @@ struct IntoManyBins {
         squareSums[k] += value * value;
     }
 
-#ifdef QV_HAS_BILINEAR_LANES
-    static void addTo(std::uint32_t* four, const __m128i& numbers) {
-        __m128i* const memory = reinterpret_cast<__m128i*>(four);
-        _mm_storeu_si128(memory, _mm_add_epi32(_mm_loadu_si128(memory), numbers));
+    void addWalk(const qv_ProjectionKernels& kernels, const qv_PelWalk& walk, const qv_WalkStep& step, long first) {
+        kernels.addToBins(walk, step, sums + first, squareSums + first);
     }
-
-    void addLanes(long k, const __m128i& values) {
-        const __m128i zero = _mm_setzero_si128();
-        // At most 255 * 255, which fits 16 bits without a sign.
-        const __m128i squares = _mm_mullo_epi16(values, values);
-        addTo(sums + k, _mm_unpacklo_epi16(values, zero));
-        addTo(sums + k + 4, _mm_unpackhi_epi16(values, zero));
-        addTo(squareSums + k, _mm_unpacklo_epi16(squares, zero));
-        addTo(squareSums + k + 4, _mm_unpackhi_epi16(squares, zero));
-    }
-
-    void addPartialSums() {}
-#endif
 };
 
-template <class Kernel, class Sink>
-void addInterior(const qv_PelSource& source, const qv_FixedVector& start, const qv_FixedVector& step,
-                 const qv_Span& interior, Sink& sink) {
-    qv_WalkPosition position(start, step, interior.begin);
-    for (long k = interior.begin; k < interior.end; ++k, ++position) sink.add(k, Kernel::interior(source, *position));
-}
-
-#ifdef QV_HAS_BILINEAR_LANES
-template <class Sink>
-void addInteriorInLanes(const qv_PelSource& source, const qv_FixedVector& start, const qv_FixedVector& step,
-                        const qv_Span& interior, Sink& sink) {
-    constexpr long kLanes = qv_BilinearLanes::kLanes;
-    const qv_BilinearLanes lanes(source, step);
-    const qv_FixedVector stepOfLanes = kLanes * step;
-    qv_WalkPosition position(start, stepOfLanes, 0);
-    position.moveBy(interior.begin * step);
-    long k = interior.begin;
-    for (; k + kLanes <= interior.end; k += kLanes, ++position) {
-        __m128i values;
-        if (lanes.sample(*position, values))
-            sink.addLanes(k, values);
-        else
-            addInterior<qv_BilinearKernel>(source, start, step, {k, k + kLanes}, sink);
+/// All walks of a projection that share a step.
+template <class Kernel>
+class Walks {
+ public:
+    /// The steps within a walk and from a walk to the next.
+    Walks(const qv_PelSource& source, const qv_FixedVector& step, const qv_FixedVector& walkStep)
+        : source_(source),
+          step_(step),
+          rowsToFetchAhead_(walkStep.y < 0 ? -kRowsToFetchAhead : kRowsToFetchAhead),
+          kernels_(QV_CHOSEN_KERNELS(projectionKernels)) {
+        useKernels_ = std::is_same_v<Kernel, qv_BilinearKernel> && qf_kernelsFollow(step);
+        if (useKernels_) kernelStep_ = qf_walkStep(step);
     }
-    addInterior<qv_BilinearKernel>(source, start, step, {k, interior.end}, sink);
-    sink.addPartialSums();
-}
-#endif
 
-template <class Kernel, class Sink>
-void addWalk(const qv_PelSource& source, const qv_FixedVector& start, const qv_FixedVector& step,
-             const qv_WalkSpans& spans, Sink& sink) {
-    for (long k = spans.inside.begin; k < spans.interior.begin; ++k)
-        sink.add(k, Kernel::careful(source, start + k * step));
-#ifdef QV_HAS_BILINEAR_LANES
-    if (std::is_same_v<Kernel, qv_BilinearKernel> && qv_BilinearLanes::canFollow(step))
-        addInteriorInLanes(source, start, step, spans.interior, sink);
-    else
-#endif
-        addInterior<Kernel>(source, start, step, spans.interior, sink);
-    for (long k = spans.interior.end; k < spans.inside.end; ++k) sink.add(k, Kernel::careful(source, start + k * step));
-}
+    /// Adds the samples of the walk from `start` to the sums.
+    template <class Sink>
+    void add(const qv_FixedVector& start, const qv_WalkSpans& spans, Sink& sink) const {
+        for (long k = spans.inside.begin; k < spans.interior.begin; ++k)
+            sink.add(k, Kernel::careful(source_, start + k * step_));
+        addInterior(start, spans.interior, sink);
+        for (long k = spans.interior.end; k < spans.inside.end; ++k)
+            sink.add(k, Kernel::careful(source_, start + k * step_));
+    }
+
+ private:
+    template <class Sink>
+    void addInterior(const qv_FixedVector& start, const qv_Span& interior, Sink& sink) const {
+        if (useKernels_ && interior.begin < interior.end) {
+            qv_PelWalk walk = qf_pelWalk(source_, start + interior.begin * step_, interior.end - interior.begin);
+            walk.rowsToFetchAhead = rowsToFetchAhead_;
+            sink.addWalk(kernels_, walk, kernelStep_, interior.begin);
+            return;
+        }
+        qv_WalkPosition position(start, step_, interior.begin);
+        for (long k = interior.begin; k < interior.end; ++k, ++position)
+            sink.add(k, Kernel::interior(source_, *position));
+    }
+
+    qv_PelSource source_;
+    qv_FixedVector step_;
+    std::ptrdiff_t rowsToFetchAhead_;
+    const qv_ProjectionKernels& kernels_;
+    bool useKernels_ = false;
+    qv_WalkStep kernelStep_;
+};
 
 /// The part of the walk from `begin` up to, not including, `end`.
 qv_WalkSpans partOf(const qv_WalkSpans& spans, long begin, long end) {
@@ -158,13 +135,14 @@ void projectAlongAcross(const qv_PelSource& source, const qv_BinWalk& walk, qv_B
         spansOfBin[bin] = qf_walkSpans<Kernel>(source, start, walk.acrossStep, walk.acrossCount);
         block.counts[bin] = static_cast<std::uint32_t>(spansOfBin[bin].inside.end - spansOfBin[bin].inside.begin);
     }
+    const Walks<Kernel> walks(source, walk.acrossStep, walk.binStep);
     const long stretch = stretchLength(walk.acrossStep, walk.acrossCount);
     for (long begin = 0; begin < walk.acrossCount; begin += stretch) {
         for (long b = 0; b < block.binCount; ++b) {
             const std::size_t bin = static_cast<std::size_t>(b);
             const qv_WalkSpans spans = partOf(spansOfBin[bin], begin, begin + stretch);
             IntoOneBin sink;
-            addWalk<Kernel>(source, walk.start + b * walk.binStep, walk.acrossStep, spans, sink);
+            walks.add(walk.start + b * walk.binStep, spans, sink);
             block.sums[bin] += sink.sum;
             block.squareSums[bin] += sink.squareSum;
         }
@@ -175,6 +153,7 @@ void projectAlongAcross(const qv_PelSource& source, const qv_BinWalk& walk, qv_B
 /// bin.
 template <class Kernel>
 void projectAlongBins(const qv_PelSource& source, const qv_BinWalk& walk, qv_BinBlock& block) {
+    const Walks<Kernel> walks(source, walk.binStep, walk.acrossStep);
     const long stretch = stretchLength(walk.binStep, block.binCount);
     for (long firstOfStretch = 0; firstOfStretch < block.binCount; firstOfStretch += stretch) {
         const long binCount = std::min(stretch, block.binCount - firstOfStretch);
@@ -184,7 +163,7 @@ void projectAlongBins(const qv_PelSource& source, const qv_BinWalk& walk, qv_Bin
         for (long a = 0; a < walk.acrossCount; ++a) {
             const qv_FixedVector start = stretchStart + a * walk.acrossStep;
             const qv_WalkSpans spans = qf_walkSpans<Kernel>(source, start, walk.binStep, binCount);
-            addWalk<Kernel>(source, start, walk.binStep, spans, sink);
+            walks.add(start, spans, sink);
             ++countChanges[static_cast<std::size_t>(spans.inside.begin)];
             --countChanges[static_cast<std::size_t>(spans.inside.end)];
         }
@@ -225,7 +204,7 @@ void qf_projectBinBlock(const qvPelBuffer_const<unsigned char>& image, const qv_
     block.counts.fill(0);
     if (!walk.reachesSource) return;
 
-    // All walks run towards growing x, the only direction in which the lanes go.
+    // All walks run towards growing x, the only direction in which the kernels go.
     qv_BinWalk forward = walk;
     forward.start = walk.start + firstBin * walk.binStep;
     forward.binCount = block.binCount;

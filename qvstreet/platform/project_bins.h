@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 
+#include "qvstreet/platform/projection_kernels.h"
 #include "qvstreet/platform/sample_grid.h"
 
 /// A grid of samples seen as bins: bin b sums the samples start + b * binStep + a * acrossStep for all a.
@@ -36,8 +37,9 @@ struct qv_BinBlock {
 
     /// The number of bins in the block.
     long binCount = 0;
-    std::array<std::uint32_t, kMostBins> sums;
-    std::array<std::uint32_t, kMostBins> squareSums;
+    /// The elements behind the last bin are the kernels' and stay 0.
+    std::array<std::uint32_t, kMostBins + kBinsBehind> sums;
+    std::array<std::uint32_t, kMostBins + kBinsBehind> squareSums;
     /// Samples inside the source. Samples outside are 0 and add nothing to the sums.
     std::array<std::uint32_t, kMostBins> counts;
 };

@@ -1,15 +1,6 @@
 #include "qvstreet/platform/rect.h"
 
 #include <cmath>
-#include <cstdint>
-#include <limits>
-
-namespace {
-
-constexpr double kLowest32 = std::numeric_limits<std::int32_t>::min();
-constexpr double kHighest32 = std::numeric_limits<std::int32_t>::max();
-
-}  // namespace
 
 qvAffineRectangle::qvAffineRectangle(const qvVector<2>& centre, double xLength, double yLength, qvRadian rotation,
                                      qvRadian skew)
@@ -36,13 +27,6 @@ qvVector<2> qvEllipseAnnulusSection::mapFromUnitSq(const qvVector<2>& uv) const 
     const qvRadian angle(start_.toDouble() + uv.x() * (end_.toDouble() - start_.toDouble()));
     const double radius = r0_ + uv.y() * (r1_ - r0_);
     return center_ + qvVector<2>(radius, angle);
-}
-
-long qfTruncate(double value) {
-    if (std::isnan(value)) return 0;
-    if (value <= kLowest32) return static_cast<long>(kLowest32);
-    if (value >= kHighest32) return static_cast<long>(kHighest32);
-    return static_cast<long>(value);
 }
 
 long qfIFloor(double value) { return qfTruncate(std::floor(value)); }

@@ -3,6 +3,7 @@
 #ifndef QVSTREET_PLATFORM_RECT_H
 #define QVSTREET_PLATFORM_RECT_H
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -18,7 +19,13 @@ constexpr long qfSaturate32(std::int64_t value) {
 /// The largest integer not above `value`; saturates at the 32-bit limits, 0 for NaN.
 QV_EXPORT long qfIFloor(double value);
 /// `value` without its fraction; saturates at the 32-bit limits, 0 for NaN.
-QV_EXPORT long qfTruncate(double value);
+inline long qfTruncate(double value) {
+    constexpr double lowest = std::numeric_limits<std::int32_t>::min();
+    constexpr double highest = std::numeric_limits<std::int32_t>::max();
+    // A NaN is neither above the one nor below the other.
+    if (value > lowest && value < highest) return static_cast<long>(value);
+    return std::isnan(value) ? 0 : static_cast<long>(value < 0.0 ? lowest : highest);
+}
 
 /// How a rectangle takes in a number, and where a side ends: as they come, or saturated to 32 bits for whole pels.
 template <typename T>

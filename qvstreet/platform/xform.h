@@ -69,21 +69,24 @@ class qvMatrix {
     /// @throws qvMatrixErr::Singular when a pivot is 0 or not finite, and only then: a limit relative to the elements
     ///         would refuse good matrices of sums over large client coordinates.
     qvMatrix inverse() const {
+        // Of `work` nothing up to the column at hand is read again, so it is left as it is.
         qvMatrix work = *this;
         qvMatrix result;
         for (int column = 0; column < N; ++column) {
             const int pivotRow = work.largestAtOrBelow(column);
             const double pivot = work.elements_[pivotRow][column];
             if (!std::isfinite(pivot) || pivot == 0.0) throw qvMatrixErr::Singular(L"the matrix has no inverse");
-            work.swapRows(pivotRow, column);
-            result.swapRows(pivotRow, column);
-            work.divideRow(column, pivot);
-            result.divideRow(column, pivot);
+            if (pivotRow != column) {
+                work.swapRows(pivotRow, column);
+                result.swapRows(pivotRow, column);
+            }
+            work.divideRow(column, pivot, column + 1);
+            result.divideRow(column, pivot, 0);
             for (int row = 0; row < N; ++row) {
-                if (row == column) continue;
                 const double factor = work.elements_[row][column];
-                work.subtractRow(row, column, factor);
-                result.subtractRow(row, column, factor);
+                if (row == column || factor == 0.0) continue;
+                work.subtractRow(row, column, factor, column + 1);
+                result.subtractRow(row, column, factor, 0);
             }
         }
         return result;
@@ -103,12 +106,12 @@ class qvMatrix {
             elements_[b][column] = kept;
         }
     }
-    void divideRow(int row, double divisor) {
-        for (int column = 0; column < N; ++column) elements_[row][column] /= divisor;
+    void divideRow(int row, double divisor, int firstColumn) {
+        for (int column = firstColumn; column < N; ++column) elements_[row][column] /= divisor;
     }
-    void subtractRow(int row, int from, double factor) {
-        if (factor == 0.0) return;
-        for (int column = 0; column < N; ++column) elements_[row][column] -= factor * elements_[from][column];
+    void subtractRow(int row, int from, double factor, int firstColumn) {
+        for (int column = firstColumn; column < N; ++column)
+            elements_[row][column] -= factor * elements_[from][column];
     }
 
     double elements_[N][N] = {};

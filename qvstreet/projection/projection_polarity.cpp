@@ -18,6 +18,7 @@
 #include <array>
 #include <cmath>
 
+#include "qvstreet/platform/stable_sort.h"
 #include "qvstreet/projection/projection_records.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
 
@@ -92,7 +93,7 @@ void pairProfileRanges(const qvLineSeg& segment0, const qvLineSeg& segment1, con
     std::array<double, 4> e = {
         profilePosition(profileFromClient, segment0.p1()), profilePosition(profileFromClient, segment0.p2()),
         profilePosition(profileFromClient, segment1.p1()), profilePosition(profileFromClient, segment1.p2())};
-    std::stable_sort(e.begin(), e.end(), qf_ascending);
+    qf_stableSort(e.begin(), e.end(), qf_ascending);
     const double gap = std::fabs(e[1] - e[2]);
     const double m = centreMargin * gap;
     const double s = sideMargin * gap;
@@ -118,8 +119,8 @@ Defs::streetPolarity pairPolarity(const qvLineSeg& segment0, const qvLineSeg& se
 void classifyStreetLines(const qv_lineSets& lines, std::vector<std::vector<qvDIPair>>& lists,
                          const qvStreetFinderParams& params, const qv_streetFinderImpl& impl,
                          qvDiagObject* diagObject) {
-    lists.clear();
     lists.resize(lines.size());
+    for (std::vector<qvDIPair>& list : lists) list.clear();
     const qvPair<double> nominal = params.nominalStreetWidth();
     // deliberate: (second, first); pinned by ProjectionPolarity.ClassificationTakesTheWidthsCrossed
     const std::array<double, 2> widths = {nominal.second, nominal.first};

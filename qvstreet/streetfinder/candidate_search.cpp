@@ -6,6 +6,8 @@
 //     lines of both directions -> one flat list, direction 0 first -> stages -> crosses
 #include "qvstreet/streetfinder/candidate_search.h"
 
+#include <utility>
+
 #include "qvstreet/candidates/eight_line_crosses.h"
 #include "qvstreet/candidates/final_selection.h"
 #include "qvstreet/candidates/four_line_crosses.h"
@@ -50,14 +52,18 @@ void searchWidthCell(qv_candidateStore& store, std::vector<CrossResult>& results
     cell.tolerances.widthLower = qvPair<double>(0.0, 0.0);
     cell.tolerances.widthUpper =
         qvPair<double>(t.widthUpper.first - t.widthLower.first, t.widthUpper.second - t.widthLower.second);
-    store = qv_candidateStore();
+    store.clear();
     std::vector<CrossResult> found;
     dispatchCandidates(store, found, flatLines, lineCounts, cell, impl, trace);
     if (!found.empty()) results.push_back(found.front());
 }
 
-qv_candidateContext contextOf(const qv_streetFinderImpl& impl, long runMode, long polarity, long maxResults) {
-    qv_candidateContext context;
+void setContext(const qv_streetFinderImpl& impl, long runMode, long polarity, long maxResults,
+                qv_candidateContext& context) {
+    // The weights keep their memory.
+    std::vector<double> weights = std::move(context.scoreWeights);
+    context = qv_candidateContext();
+    context.scoreWeights = std::move(weights);
     context.maxResults = maxResults;
     context.runMode = runMode;
     context.imageSize = impl.imageSize;
@@ -65,7 +71,6 @@ qv_candidateContext contextOf(const qv_streetFinderImpl& impl, long runMode, lon
     context.scoreWeights = impl.scoreWeights;
     context.polarity = polarity;
     context.stageFlags = runMode == qvStreetFinderDefs::eEdgePairWafer ? eKeepBest : eKeepBest | eMergeLines;
-    return context;
 }
 
 }  // namespace
@@ -92,7 +97,7 @@ void runCandidatesOnce(qv_candidateStore& store, std::vector<CrossResult>& resul
     if ((context.stageFlags & eWidthsKnown) == 0)
         return searchWidthCell(store, results, flatLines, lineCounts, context, impl, trace);
     if ((context.stageFlags & eMergeLines) != 0) mergeColinearLines(flatLines, lineCounts, context);
-    store = qv_candidateStore();
+    store.clear();
     dispatchCandidates(store, results, flatLines, lineCounts, context, impl, trace, diagObject);
 }
 
@@ -102,9 +107,11 @@ void runCandidateSearch(const qv_streetFinderImpl& impl, std::vector<qv_ridgeLin
                         long maxResults, qvDiagObject* diagObject) {
     qv_streetTrace* const trace = impl.trace.get();
     const qv_traceFrame frame(trace);
-    qv_candidateContext context = contextOf(impl, runMode, polarity, maxResults);
+    qv_candidateContext& context = impl.scratch.candidates.context;
+    setContext(impl, runMode, polarity, maxResults, context);
     qv_candidateTolerances& tolerances = context.tolerances;
-    qv_candidateStore store;
+    qv_candidateStore& store = impl.scratch.candidates.store;
+    store.clear();
     if ((impl.flags & qvSizesFromParams) == 0) {
         // No finder that a host can hold gets here: the stages run on an empty store and find nothing.
         tolerances.widthLower = qvPair<double>(0.0, 0.0);
@@ -126,9 +133,11 @@ void runCandidateSearch(const qv_streetFinderImpl& impl, std::vector<qv_ridgeLin
 
 void findEdgePairCrosses(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
                          std::vector<CrossResult>& results, qvDiagObject* diagObject) {
-    std::vector<qv_ridgeLine> flatLines;
+    std::vector<qv_ridgeLine>& flatLines = impl.scratch.candidates.flatLines;
+    std::vector<long>& lineCounts = impl.scratch.candidates.lineCounts;
+    flatLines.clear();
     flatLines.reserve(kLineReserve);
-    std::vector<long> lineCounts;
+    lineCounts.clear();
     for (const std::vector<qvLineFinderResults>& direction : impl.lines) {
         const std::size_t before = flatLines.size();
         for (const qvLineFinderResults& line : direction)

@@ -11,6 +11,7 @@
 #include <cmath>
 
 #include "qvstreet/candidates/canonical_cross.h"
+#include "qvstreet/platform/stable_sort.h"
 #include "qvstreet/projection/projection_polarity.h"
 #include "qvstreet/streetfinder/crossing_records.h"
 #include "qvstreet/streetfinder/street_results_access.h"
@@ -84,31 +85,46 @@ void scoreLineCrossing(qvStreetFinderStreetCrossResult& result, const qvLineFind
         std::exp(-(terms.length + kTextureWeight * terms.texture + terms.grey + terms.outside) / kCostDivisor);
 }
 
-void selectTopCrossings(std::vector<qvStreetFinderStreetCrossResult>& results, long maxResults) {
-    std::stable_sort(results.begin(), results.end(), qf_scoreOrder);
-    std::vector<qvStreetFinderStreetCrossResult> kept;
-    kept.reserve(results.size());
-    for (const qvStreetFinderStreetCrossResult& result : results) {
-        if (static_cast<long>(kept.size()) >= maxResults) break;
-        if (isFarFromAll(kept, result.crossing(), qvLeastCrossSeparation)) kept.push_back(result);
+void selectTopCrossings(qv_lineCrossingScratch& scratch, long maxResults,
+                        std::vector<qvStreetFinderStreetCrossResult>& results) {
+    const std::vector<qvStreetFinderStreetCrossResult>& all = scratch.crossings;
+    scratch.order.clear();
+    for (std::size_t i = 0; i < all.size(); ++i) scratch.order.push_back({static_cast<long>(i), all[i].score()});
+    qf_stableSort(scratch.order.begin(), scratch.order.end(),
+                  [](const qvIDPair& a, const qvIDPair& b) { return qf_descending(a.value, b.value); });
+    std::size_t kept = 0;
+    for (const qvIDPair& entry : scratch.order) {
+        if (static_cast<long>(kept) >= maxResults) break;
+        const qvStreetFinderStreetCrossResult& crossing = all[static_cast<std::size_t>(entry.index)];
+        if (!isFarFromFirst(results, kept, crossing.crossing(), qvLeastCrossSeparation)) continue;
+        // A result that is there already keeps its memory.
+        if (kept == results.size()) results.emplace_back();
+        results[kept++] = crossing;
     }
-    results = std::move(kept);
+    results.resize(kept);
+}
+
+void selectTopCrossings(std::vector<qvStreetFinderStreetCrossResult>& results, long maxResults) {
+    qv_lineCrossingScratch scratch;
+    scratch.crossings = results;
+    selectTopCrossings(scratch, maxResults, results);
 }
 
 void crossStreetLines(const qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
                       std::vector<qvStreetFinderStreetCrossResult>& results, qvDiagObject* diagObject) {
-    std::vector<std::vector<qvDIPair>> lists;
+    std::vector<std::vector<qvDIPair>>& lists = impl.scratch.lineCrossings.lists;
+    std::vector<qvStreetFinderStreetCrossResult>& crossings = impl.scratch.lineCrossings.crossings;
     classifyStreetLines(impl.lines, lists, params, impl, diagObject);
     // Two lists once an image is bound, none after a binding that broke off.
     lists.resize(2);
-    results.resize(lists[0].size() * lists[1].size());
+    crossings.resize(lists[0].size() * lists[1].size());
     std::size_t k = 0;
     for (const qvDIPair& entry0 : lists[0])
         for (const qvDIPair& entry1 : lists[1])
-            scoreLineCrossing(results[k++], impl.lines[0][static_cast<std::size_t>(entry0.index)], entry0.value,
+            scoreLineCrossing(crossings[k++], impl.lines[0][static_cast<std::size_t>(entry0.index)], entry0.value,
                               impl.lines[1][static_cast<std::size_t>(entry1.index)], entry1.value, impl);
-    if (diagObject != nullptr) recordLineCrossings(impl, lists, results, params.maxResults(), *diagObject);
-    selectTopCrossings(results, params.maxResults());
+    if (diagObject != nullptr) recordLineCrossings(impl, lists, crossings, params.maxResults(), *diagObject);
+    selectTopCrossings(impl.scratch.lineCrossings, params.maxResults(), results);
 }
 
 void mapResultsToClient(std::vector<qvStreetFinderStreetCrossResult>& results, const qv_streetFinderImpl& impl) {

@@ -36,6 +36,9 @@ void scoreLineCrossing(qvStreetFinderStreetCrossResult& result, const qvLineFind
 
 /// Sorts by score, greatest first, and keeps at most `maxResults` whose crossings are at least 5 client units apart.
 void selectTopCrossings(std::vector<qvStreetFinderStreetCrossResult>& results, long maxResults);
+/// The same from the crossings of `scratch`, which stay as they are, into `results`.
+void selectTopCrossings(qv_lineCrossingScratch& scratch, long maxResults,
+                        std::vector<qvStreetFinderStreetCrossResult>& results);
 
 /// The place where the offset of a sub-image would enter; with the offset (0, 0) that every record has, all values
 /// stay.

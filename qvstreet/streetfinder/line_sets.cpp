@@ -97,23 +97,27 @@ void extractStreetLines(const qv_streetFinderImpl& impl, const qvPair<double>& w
     const qv_traceFrame frame(impl.trace.get());
     const FilterSpecs specs = filterSpecs(impl, width, runMode, angles, edgeSharpness, filterScale);
 
-    std::vector<std::vector<qvLineFinderResults>> found(2);
-    for (std::size_t direction = 0; direction < found.size(); ++direction) {
+    qv_lineSetScratch& scratch = impl.scratch.lineSets;
+    scratch.extracted.resize(specs.size());
+    for (std::size_t direction = 0; direction < specs.size(); ++direction) {
         qv_ridgeFinderParams request;
         request.spec = specs[direction];
         request.lineGroup = impl.ridgeParams.lineGroup;
         request.keepPoints = hasRidgeStreets(runMode);
-        std::vector<std::vector<qvLineFinderResults>> lines;
-        runLineFinder(impl.spectrum, request, {angles[direction]}, lines, diagObject, static_cast<long>(direction));
-        found[direction] = std::move(lines[0]);
+        scratch.direction.assign(1, angles[direction]);
+        runLineFinder(impl.spectrum, request, scratch.direction, scratch.run, diagObject, static_cast<long>(direction),
+                      &scratch.finder);
+        scratch.extracted[direction].assign(scratch.run[0].begin(), scratch.run[0].end());
     }
-    result = std::move(found);
+    // Copied, not exchanged: each list then keeps the memory that it needs for the next image.
+    result = scratch.extracted;
 }
 
 void buildLineSets(const qv_streetFinderImpl& impl, const qvPair<double>& width, Defs::waferType runMode,
                    double edgeSharpness, double filterScale, std::vector<std::vector<qvLineFinderResults>>& lines,
                    qvDiagObject* diagObject) {
-    std::vector<std::vector<qvLineFinderResults>> found;
+    qv_lineSetScratch& scratch = impl.scratch.lineSets;
+    std::vector<std::vector<qvLineFinderResults>>& found = scratch.found;
     extractStreetLines(impl, width, runMode, impl.streetAngles, edgeSharpness, filterScale, found, diagObject);
 
     const double f = impl.tolerances.minLineLengthFraction;
@@ -124,9 +128,10 @@ void buildLineSets(const qv_streetFinderImpl& impl, const qvPair<double>& width,
     const double minLength0 = impl.clientFromImage.mapVector(qvVector<2>(f * imageHeight, 0.0)).len();
     const double minLength1 = impl.clientFromImage.mapVector(qvVector<2>(0.0, f * imageWidth)).len();
 
-    std::vector<std::vector<qvLineFinderResults>> kept(2);
-    filterShortLines(found[0], minLength0, kept[0]);
-    filterShortLines(found[1], minLength1, kept[1]);
+    scratch.kept.resize(2);
+    for (std::vector<qvLineFinderResults>& list : scratch.kept) list.clear();
+    filterShortLines(found[0], minLength0, scratch.kept[0]);
+    filterShortLines(found[1], minLength1, scratch.kept[1]);
     if (diagObject != nullptr) recordLines(impl.image, found, {minLength0, minLength1}, *diagObject);
-    lines = std::move(kept);
+    lines.swap(scratch.kept);
 }

@@ -6,6 +6,9 @@
 //     chain thresholds     40, 0.5     80, 0.6              100, 0.7       80, 0.6         of 255; fraction to go on
 #include "qvstreet/streetfinder/mode_constants.h"
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
 using Defs = qvStreetFinderDefs;
@@ -19,6 +22,7 @@ constexpr double kMinLineLengthFraction = 0.15;
 constexpr double kPeakThreshold = 1000.0;
 constexpr long kSamplesPerDegree = 2;
 constexpr std::size_t kWeights = 10;
+constexpr std::array<double, 6> kEdgeWeights = {1.126, 0.019, 0.0875, 0.2909, 0.5771, 0.5416};
 
 struct ModeRow {
     double narrowSigma;
@@ -42,12 +46,11 @@ const ModeRow& rowOf(Defs::waferType runMode, Defs::streetPolarity polarity) {
     return polarity == Defs::eAnyPolarity || polarity == Defs::eDarkOnLight ? kRidgeAnyOrDark : kRidgeOther;
 }
 
-std::vector<double> weightsOf(Defs::waferType runMode, const ModeRow& row) {
-    std::vector<double> weights(kWeights, 1.0);
-    if (runMode == Defs::eEdgePairWafer) weights = {1.126, 0.019, 0.0875, 0.2909, 0.5771, 0.5416, 1.0, 1.0, 1.0, 1.0};
+void setWeights(Defs::waferType runMode, const ModeRow& row, std::vector<double>& weights) {
+    weights.assign(kWeights, 1.0);
+    if (runMode == Defs::eEdgePairWafer) std::copy(kEdgeWeights.begin(), kEdgeWeights.end(), weights.begin());
     weights[6] = row.weight6;
     weights[7] = row.weight7;
-    return weights;
 }
 
 void setKnownMode(qv_streetFinderImpl& impl, Defs::waferType runMode, const ModeRow& row) {
@@ -61,7 +64,7 @@ void setKnownMode(qv_streetFinderImpl& impl, Defs::waferType runMode, const Mode
     impl.tolerances.angleTolerance = kAngleTolerance;
     impl.tolerances.minLineLengthFraction = kMinLineLengthFraction;
     impl.tolerances.reservedRange = qvPair<double>(0.7, 1.3);
-    impl.scoreWeights = weightsOf(runMode, row);
+    setWeights(runMode, row, impl.scoreWeights);
 }
 
 }  // namespace

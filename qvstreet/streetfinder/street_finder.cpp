@@ -46,7 +46,12 @@ qv_projectionParams projectionRequest(qvDegree primary, qvDegree cross) {
     return request;
 }
 
+/// A binding that broke off half-way leaves a record without lines: the searches then find nothing.
+bool isComplete(const qv_streetFinderImpl& impl) { return impl.lines.size() == 2; }
+
 void forgetFormerImage(qv_streetFinderImpl& impl) {
+    // The lists keep their memory for the lines of the next image.
+    if (isComplete(impl)) impl.scratch.lineSets.kept.swap(impl.lines);
     impl.lines.clear();
     impl.scoreWeights.clear();
     impl.angles.clear();
@@ -62,7 +67,8 @@ void bindImage(qv_streetFinderImpl& impl, const qvPelBuffer_const<unsigned char>
 }
 
 void chooseStreetDirections(qv_streetFinderImpl& impl, qvDiagObject* diagObject) {
-    findDominantAngles(impl.spectrum, impl.angleParams, impl.angles, impl.angleScores, diagObject);
+    findDominantAngles(impl.spectrum, impl.angleParams, impl.angles, impl.angleScores, diagObject,
+                       &impl.scratch.orientation);
     impl.streetAngles.resize(2);
     selectStreetAngles(impl.angles, impl.angleScores, impl.angleScoreRatio, impl.clientFromImage.inverse(),
                        impl.streetAngles[0], impl.streetAngles[1]);
@@ -88,9 +94,6 @@ void projectAlongStreets(qv_streetFinderImpl& impl, qvDiagObject* diagObject) {
 
 /// In the ridge modes a street is one line, otherwise it is its two edges.
 bool streetsShowAsLines(Defs::waferType mode) { return mode == Defs::eRidgeWafer || mode == Defs::eCoarseRidgeWafer; }
-
-/// A binding that broke off half-way leaves a record without lines: the searches then find nothing.
-bool isComplete(const qv_streetFinderImpl& impl) { return impl.lines.size() == 2; }
 
 void requireImage(const qv_streetFinderImpl& impl) {
     if (!impl.imageBound) throw Defs::UnboundImage(L"Unbound Image::need to call setImage");
@@ -148,7 +151,7 @@ void qf_setImage(qv_streetFinderImpl& impl, const qvStreetFinderParams& params,
     setModeConstants(impl, params.runMode(), params.streetPolarity());
     bindImage(impl, image);
 
-    prepareSpectrum(impl.spectrum, image, impl.spectrumParams, watch.stage(L"Spectrum"));
+    prepareSpectrum(impl.spectrum, image, impl.spectrumParams, watch.stage(L"Spectrum"), &impl.scratch.spectrum);
     chooseStreetDirections(impl, watch.stage(L"Street Directions"));
     projectAlongStreets(impl, watch.stage(L"Projections"));
     buildLineSets(impl, params.nominalStreetWidth(), params.runMode(), params.edgeSharpness(), impl.filterScale,

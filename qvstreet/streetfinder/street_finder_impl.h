@@ -14,6 +14,7 @@
 #include "qvstreet/frontend/spectrum.h"
 #include "qvstreet/platform/pel_buffer.h"
 #include "qvstreet/projection/tiled_projection.h"
+#include "qvstreet/streetfinder/finder_scratch.h"
 #include "qvstreet/streetfinder/street_trace.h"
 
 /// Bit of `qv_streetFinderImpl::flags`: filter lengths and tolerances follow from the run parameters. Set in every
@@ -57,9 +58,11 @@ struct qv_streetFinderImpl {
     /// Present while tracing is on.
     std::unique_ptr<qv_streetTrace> trace;
     std::uint32_t flags = 0;
+    /// Written by every call, also by those that only read the rest: a finder serves one call at a time.
+    mutable qv_finderScratch scratch;
 
     qv_streetFinderImpl() = default;
-    /// Memberwise; the trace, if any, as a new record with the same names and a closed stream.
+    /// Memberwise; the trace, if any, as a new record with the same names and a closed stream; the scratch empty.
     qv_streetFinderImpl(const qv_streetFinderImpl& other);
     qv_streetFinderImpl& operator=(const qv_streetFinderImpl&) = delete;
 };

@@ -3,6 +3,7 @@
 #ifndef QVSTREET_STREETFINDER_STREET_RESULTS_ACCESS_H
 #define QVSTREET_STREETFINDER_STREET_RESULTS_ACCESS_H
 
+#include <utility>
 #include <vector>
 
 #include "qvstreet/streetfinder/street_results.h"
@@ -14,6 +15,7 @@ struct qv_streetResultAccess {
     using Single = qvStreetFinderSingleStreetResult;
 
     static qvVector<2>& crossing(Cross& result) { return result.crossing_; }
+    static const qvVector<2>& crossing(const Cross& result) { return result.crossing_; }
     static qvRadian& verticalAngle(Cross& result) { return result.verticalAngle_; }
     static qvRadian& horizontalAngle(Cross& result) { return result.horizontalAngle_; }
     static double& score(Cross& result) { return result.score_; }
@@ -23,6 +25,14 @@ struct qv_streetResultAccess {
     static qvVector<2>& lrCorner(Cross& result) { return result.lrCorner_; }
     static std::vector<qvLineSeg>& lineSegs(Cross& result) { return result.lineSegs_; }
     static qvStreetFinderDefs::resultType& statusFlags(Cross& result) { return result.statusFlags_; }
+
+    /// As new, but with the memory of the segments.
+    static void clear(Cross& result) {
+        std::vector<qvLineSeg> segments = std::move(result.lineSegs_);
+        segments.clear();
+        result = Cross();
+        result.lineSegs_ = std::move(segments);
+    }
 
     static void setCorners(Cross& result, const qvVector<2>& point) {
         result.ulCorner_ = result.urCorner_ = result.llCorner_ = result.lrCorner_ = point;

@@ -219,6 +219,13 @@ TEST(CandidateRecords, PointAlongALineStartsAtTheFootOfTheOrigin) {
     EXPECT_NEAR(further.y(), 6.8, 1e-14);
 }
 
+TEST(CandidateRecords, FarFromFirstLooksAtThatManyResultsOnly) {
+    const std::vector<qvStreetFinderStreetCrossResult> results = {crossingAt(0.0, 0.0), crossingAt(50.0, 0.0)};
+    EXPECT_TRUE(isFarFromFirst(results, 0, qvVector<2>(0.0, 0.0), 5.0));
+    EXPECT_TRUE(isFarFromFirst(results, 1, qvVector<2>(50.0, 0.0), 5.0));
+    EXPECT_FALSE(isFarFromFirst(results, 2, qvVector<2>(50.0, 0.0), 5.0));
+}
+
 TEST(CandidateRecords, FarFromAllHoldsForAnEmptyList) { EXPECT_TRUE(isFarFromAll({}, qvVector<2>(1.0, 2.0), 1e9)); }
 
 TEST(CandidateRecords, ExactlyTheLimitApartIsFar) {

@@ -429,3 +429,37 @@ TEST(LineFinder, ObliqueLineOfAnOblongImageLiesWhereItWasDrawn) {
     EXPECT_GT(p2.x(), 940.0);
     EXPECT_NEAR(longest->meanGrey(), 60.0, 1.0);
 }
+
+TEST(LineFinder, UsedScratchGivesWhatAFreshOneGives) {
+    const qv_spectrumState upright = stateOf(columns(64, 20, 44), filled(64, 64, kGround));
+    const qv_spectrumState single = lineAt16(filled(40, 40, kGround));
+    qv_LineFinderScratch scratch;
+    std::vector<std::vector<qvLineFinderResults>> results(3);
+    const auto expectFresh = [&](const qv_spectrumState& state, const qv_ridgeFinderParams& params) {
+        const std::vector<qvDegree> directions{qvDegree(90.0)};
+        std::vector<std::vector<qvLineFinderResults>> fresh;
+        runLineFinder(state, params, directions, fresh);
+        runLineFinder(state, params, directions, results, nullptr, 0, &scratch);
+        ASSERT_EQ(1u, results.size());
+        ASSERT_EQ(fresh[0].size(), results[0].size());
+        for (std::size_t i = 0; i < fresh[0].size(); ++i) {
+            EXPECT_EQ(fresh[0][i].segment().p1(), results[0][i].segment().p1());
+            EXPECT_EQ(fresh[0][i].segment().p2(), results[0][i].segment().p2());
+            EXPECT_EQ(fresh[0][i].unguardedPolarity(), results[0][i].unguardedPolarity());
+        }
+    };
+    expectFresh(upright, plainRequest(true));
+    EXPECT_EQ(2u, results[0].size());
+    expectFresh(single, plainRequest(false));
+    EXPECT_EQ(1u, results[0].size());
+    // The seed tracer, and the imaginary part, leave other marks in the run record.
+    qv_ridgeFinderParams other = plainRequest(true);
+    other.lineGroup.responseSelect = 0;
+    expectFresh(upright, other);
+    other = plainRequest(false);
+    other.spec.kind = 2;
+    other.spec.band = {2.0, 8.0};
+    expectFresh(upright, other);
+    expectFresh(upright, plainRequest(true));
+    EXPECT_EQ(2u, results[0].size());
+}

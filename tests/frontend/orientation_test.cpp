@@ -212,6 +212,42 @@ TEST(Orientation, RingWithoutSamplesIsRefused) {
     EXPECT_THROW(polarSampleMagnitude(magnitude, 3, 2, 2), qvPel::BadSize);
 }
 
+TEST(Orientation, TheProfileIsThatOfTheWholeMagnitudeImage) {
+    // Oblong spectra, too: the ring's centre is at half the width in both directions.
+    for (const auto& [width, height] : {qvPair<long>(64, 64), qvPair<long>(48, 70), qvPair<long>(70, 40)}) {
+        qvFrequencyBuffer spectrum(width, height);
+        for (long y = 0; y < height; ++y)
+            for (long x = 0; x < width; ++x)
+                spectrum.put(x, y, qvPair<double>(static_cast<double>((x * 37 + y * 91) % 113), static_cast<double>(x)),
+                             false);
+        qv_orientationScratch scratch;
+        findAnglePeaks(spectrum, {kNoSmoothing, 0.0, 1.0, 0.25, 0.75, 2}, scratch);
+        const qvPair<long> radii = ringRadii(width, 0.25, 0.75);
+        const qvPelBuffer<double> whole =
+            polarSampleMagnitude(spectrum.getMagnitudeImage(true), 540, radii.first, radii.second);
+        ASSERT_EQ(scratch.profile.width(), 540);
+        for (long i = 0; i < 540; ++i) ASSERT_EQ(scratch.profile.get(i, 0), whole.get(i, 0)) << width << ", " << i;
+    }
+}
+
+TEST(Orientation, ScratchOfAnotherSpectrumAndOtherParametersChangesNothing) {
+    qv_orientationScratch scratch;
+    const auto first = spectrumOf(256, {{70, 3, 1e6}, {-4, 80, 2e6}});
+    const auto second = spectrumOf(128, {{30, 9, 1e6}, {-9, 30, 3e6}});
+    for (const qvFrequencyBuffer* const spectrum : {&first, &second, &first})
+        for (const qv_angleFinderParams& params : {kEdgeMode, kCoarseMode, kRidgeMode}) {
+            findAnglePeaks(*spectrum, params, scratch);
+            const std::vector<qv_candAngle> fresh =
+                findAnglePeaks(*spectrum, params.narrowSigma, params.wideSigma, params.peakThreshold,
+                               params.innerRadiusFraction, params.outerRadiusFraction, params.samplesPerDegree);
+            ASSERT_EQ(scratch.candidates.size(), fresh.size());
+            for (std::size_t i = 0; i < fresh.size(); ++i) {
+                EXPECT_EQ(scratch.candidates[i].angle, fresh[i].angle);
+                EXPECT_EQ(scratch.candidates[i].score, fresh[i].score);
+            }
+        }
+}
+
 // ---- the profile's filters ----
 
 TEST(Orientation, DifferenceOfTwoGaussiansIsAlignedAtTheProfilesPosition) {
