@@ -50,6 +50,9 @@ std::string counted(std::size_t count, const char* what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+// The search tells that a region was rejected, not which of these it was.
+const char* const kRejectedFor = "shorter than wanted once the ends were set, too uneven, or of a grey without weight";
+
 std::string verdictOf(const ImageReport& report, const Candidates& candidates) {
     if (!report.error.empty()) return "The image " + report.error + ".";
     const std::size_t count = report.blankRegions ? report.blankRegions->size() : 0;
@@ -58,8 +61,16 @@ std::string verdictOf(const ImageReport& report, const Candidates& candidates) {
         return "No blank region found: no window of the least length and three quarters of the street's width has a "
                "regional deviation below the threshold.";
     }
+    if (candidates.rejected == candidates.coarse) {
+        return "No blank region found: " +
+               (candidates.coarse == 1
+                    ? std::string("the only coarse region was rejected, as ")
+                    : "all " + std::to_string(candidates.coarse) + " coarse regions were rejected, as ") +
+               kRejectedFor + ".";
+    }
     return "No blank region found: of " + counted(candidates.coarse, "coarse region") + " " +
-           std::to_string(candidates.rejected) + " were rejected and the others scored nothing.";
+           std::to_string(candidates.rejected) + (candidates.rejected == 1 ? " was" : " were") +
+           " rejected and the rest scored nothing.";
 }
 
 std::vector<std::string> findingsOf(const ImageReport& report, const Candidates& candidates) {
@@ -67,9 +78,11 @@ std::vector<std::string> findingsOf(const ImageReport& report, const Candidates&
     if (!candidates.threshold.empty())
         findings.push_back("Threshold of the regional deviation: " + candidates.threshold);
     findings.push_back(counted(candidates.coarse, "coarse region") + " below the threshold");
-    findings.push_back(
-        std::to_string(candidates.rejected) +
-        " of them rejected: shorter than wanted once their ends were set, too uneven, or of a grey without weight");
+    if (candidates.coarse > 0) {
+        findings.push_back(candidates.rejected == 0
+                               ? std::string("none of them rejected")
+                               : std::to_string(candidates.rejected) + " of them rejected, as " + kRejectedFor);
+    }
     if (report.blankRegions) findings.push_back(std::to_string(report.blankRegions->size()) + " kept");
     return findings;
 }

@@ -178,6 +178,12 @@ void runOrRefuse(const CommandOptions& options, const GreyImage& image, const st
         const std::string ridgeNote =
             options.mode == Mode::ridge ? "; --mode ridge also wants 24 times --width below 32768" : "";
         throw Refusal(std::string("was refused by the finder: ") + error.what() + sizeNote(image) + ridgeNote);
+    } catch (const qvMatrixErr::Singular& error) {
+        // A margin of 5 pels is taken off each length before it is sampled: 5 pels leave none.
+        const bool isSize = image.width == 5 || image.height == 5;
+        throw Refusal(withOption(options, error.what()) + " (the image has " + std::to_string(image.width) + " x " +
+                      std::to_string(image.height) + " pels" +
+                      (isSize ? "; sides of 5 pels leave nothing to sample, allowed are all others)" : ")"));
     } catch (const std::bad_alloc&) {
         throw Refusal("was refused by the finder: it needs more memory than there is");
     } catch (const std::exception& error) {

@@ -115,6 +115,9 @@ class PageWriter {
     void writeSummary() {
         html_ += std::string("<p id=\"verdict\" tabindex=\"-1\" class=\"verdict ") + (page_.isGood ? "good" : "bad") +
                  "\">" + xmlText(page_.verdict) + "</p>\n";
+        for (const std::string& remark : page_.remarks) {
+            html_ += "<p class=\"remark\">" + xmlText(remark) + "</p>\n";
+        }
         html_ += "<div class=\"summary\">\n<div>";
         writeView(page_.view.image, page_.view.layers, page_.title, kMainWidth);
         html_ += "</div>\n<div>";

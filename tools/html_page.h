@@ -32,6 +32,7 @@ struct Page {
     std::string subtitle;               ///< what was run on it
     bool isGood = true;                 ///< whether the verdict is what the user hopes for
     std::string verdict;                ///< the result in a line
+    std::vector<std::string> remarks;   ///< to be known beside it, a line each
     std::vector<std::string> findings;  ///< what led to it, a line each
     PageView view;                      ///< large, at the top
     std::vector<qvDiagTable> results;

@@ -20,6 +20,8 @@ h3 { font-size: 1rem; margin: 1rem 0 .3rem; }
 .verdict { font-size: 1.15rem; font-weight: 600; margin: 0 0 .4rem; padding: .5rem .8rem; border-left: .5rem solid; }
 .verdict.good { border-color: #18794e; background: #eaf6f0; }
 .verdict.bad { border-color: #b42318; background: #fdf0ee; }
+.remark { margin: 0; padding: .15rem .8rem; border-left: .5rem solid #9a6700; background: #fff8e5; }
+.summary { margin-top: .4rem; }
 .findings { margin: .3rem 0 1rem; padding-left: 1.3rem; }
 .findings li { margin: .15rem 0; overflow-wrap: anywhere; }
 .summary { display: grid; grid-template-columns: minmax(0, 1fr) minmax(19rem, 27rem); gap: 1.2rem; align-items: start; }

@@ -3,15 +3,19 @@
 // page too.
 #include "qvstreet/platform/text.h"
 #include "tools/inspection.h"
+#include "tools/text.h"
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <optional>
 
 namespace qvtool {
 namespace {
 
 constexpr std::array<const wchar_t*, 2> kDirections = {L", direction 0", L", direction 1"};
+constexpr const wchar_t* kDirection0 = L"Direction 0, nearer the horizontal";
+constexpr const wchar_t* kDirection1 = L"Direction 1, nearer the vertical";
 constexpr std::array<const char*, 2> kNames = {"direction 0 (flat)", "direction 1 (upright)"};
 
 const qvDiagRecord* recordNamed(const qvDiagObject& records, const std::wstring& title) {
@@ -67,6 +71,22 @@ std::size_t rowsWith(const qvDiagTable& table, const std::wstring& heading, cons
 /// Whether the text says "0 of ..." or "0 lines ...".
 bool saysNone(const std::string& text) { return countIn(text) == 0L; }
 
+/// Whether the filtered image of that direction gave no line at all, long or short.
+bool hasNoLine(const qvDiagObject& records, std::size_t direction) {
+    const std::wstring label = L"Lines" + std::wstring(kDirections[direction]);
+    const qvDiagRecord* lines = recordNamed(records, L"Lines");
+    const qvDiagEntry* table = entryNamed(lines, qvDiagEntry::eTable, label);
+    return saysNone(textOf(lines, label)) && (table == nullptr || table->table.rows.empty());
+}
+
+/// Neither direction has a line: what is wrong then is wrong with the image, not with one direction.
+std::string failedImage(const qvDiagObject& records) {
+    if (!hasNoLine(records, 0) || !hasNoLine(records, 1)) return {};
+    const bool noAngle = textOf(recordNamed(records, L"Street Directions"), L"Choice").rfind("No angle", 0) == 0;
+    return std::string("No line was found in either direction") +
+           (noAngle ? ": the image shows none, since the angle profile has no peak that reaches its threshold." : ".");
+}
+
 std::string failedLines(const qvDiagObject& records, std::size_t direction) {
     const std::wstring where = kDirections[direction];
     const qvDiagRecord* response = recordNamed(records, L"Response" + where);
@@ -74,15 +94,15 @@ std::string failedLines(const qvDiagObject& records, std::size_t direction) {
     const std::string kept = textOf(lines, L"Lines" + where);
     if (!saysNone(kept)) return {};
     const qvDiagEntry* table = entryNamed(lines, qvDiagEntry::eTable, L"Lines" + where);
-    if (table == nullptr || table->table.rows.empty()) {
+    if (hasNoLine(records, direction)) {
         const std::string found = textOf(response, L"Found");
         return std::string("No line of ") + kNames[direction] + " was found" +
                (found.empty() ? "" : ": its filtered image gave " + found) + ".";
     }
     // The longest line stands first.
-    return std::string("No line of ") + kNames[direction] + " survived the length limit: the longest has " +
-           cell(table->table, 0, L"length") + ", and it takes more than " + cell(table->table, 0, L"longer than") +
-           " client units.";
+    return std::string("No line of ") + kNames[direction] + " survived the length limit: the longest measures " +
+           cell(table->table, 0, L"length") + " client units, and more than " + cell(table->table, 0, L"longer than") +
+           " are needed.";
 }
 
 std::string failedPolarity(const qvDiagObject& records, std::size_t direction) {
@@ -106,6 +126,12 @@ std::string failedPairs(const qvDiagObject& records) {
         if (cell(counts->table, row, L"stage").rfind("pairs", 0) != 0) continue;
         for (std::size_t direction = 0; direction < 2; ++direction) {
             if (cell(counts->table, row, direction == 0 ? L"direction 0" : L"direction 1") != "0") continue;
+            const std::string ofAny = textOf(candidates, pairsOfAnyPolarityLabel(direction));
+            if (!ofAny.empty() && !saysNone(ofAny)) {
+                return std::string("No pair of lines of ") + kNames[direction] +
+                       " has the polarity that was asked for: as far apart as the two edges of a street are " + ofAny +
+                       ".";
+            }
             return std::string("No two lines of ") + kNames[direction] +
                    " are as far apart as the two edges of a street; allowed widths are " +
                    textOf(candidates, L"Street widths") + ".";
@@ -118,6 +144,45 @@ std::string failedPairs(const qvDiagObject& records) {
     return none ? "The streets of the two directions make no cross: their angles or widths do not fit." : "";
 }
 
+/// The number that a text begins with, as the angle of a line, which has no direction of its own: (-90, 90].
+std::optional<double> lineAngleIn(const std::string& text) {
+    const std::optional<double> degrees = parseAnyNumber(text.substr(0, text.find(' ')));
+    if (!degrees || !(std::fabs(*degrees) <= 360.0)) return std::nullopt;
+    const double turned = std::remainder(*degrees, 180.0);
+    return turned <= -90.0 ? turned + 180.0 : turned;
+}
+
+std::string angleOf(const std::string& text) {
+    const std::optional<double> degrees = lineAngleIn(text);
+    if (!degrees) return text;
+    const std::string digits = withDigits(*degrees, 2);
+    return (digits == "-0.00" ? "0.00" : digits) + " degrees";
+}
+
+/// Without the zeros that records write behind the points of numbers.
+std::string withPlainNumbers(const std::string& text) {
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    std::string plain;
+    bool isFraction = false;
+    std::size_t kept = 0;  // up to the last character that is no such zero
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (isFraction && !isDigit(text[i])) {
+            plain.resize(kept);
+            isFraction = false;
+        }
+        plain += text[i];
+        if (!isFraction && text[i] == '.' && i > 0 && isDigit(text[i - 1]) && i + 1 < text.size() &&
+            isDigit(text[i + 1])) {
+            isFraction = true;
+            kept = plain.size() - 1;
+        } else if (!isFraction || text[i] != '0') {
+            kept = plain.size();
+        }
+    }
+    if (isFraction) plain.resize(kept);
+    return plain;
+}
+
 std::string lineOf(const char* stage, const std::string& text) { return std::string(stage) + ": " + text; }
 
 void addDirections(const qvDiagObject& records, std::vector<std::string>& findings) {
@@ -126,8 +191,8 @@ void addDirections(const qvDiagObject& records, std::vector<std::string>& findin
     if (choice.empty()) return;
     const qvDiagEntry* angles = entryNamed(record, qvDiagEntry::eTable, L"Angles");
     std::string text = choice;
-    text += "; flat at " + textOf(record, L"Direction 0, nearer the horizontal") + ", upright at " +
-            textOf(record, L"Direction 1, nearer the vertical");
+    text +=
+        "; flat at " + angleOf(textOf(record, kDirection0)) + ", upright at " + angleOf(textOf(record, kDirection1));
     if (angles != nullptr) {
         const std::size_t weak = rowsWith(angles->table, L"use", L"too weak");
         const std::size_t all = angles->table.rows.size();
@@ -190,14 +255,49 @@ std::string counted(std::size_t count, const char* what) {
 
 }  // namespace
 
+std::wstring pairsOfAnyPolarityLabel(std::size_t direction) {
+    return L"Pairs whatever their polarity" + std::wstring(kDirections.at(direction));
+}
+
+bool keepsLinesOfBothDirections(const qvDiagObject& records) {
+    const qvDiagRecord* lines = recordNamed(records, L"Lines");
+    return std::all_of(kDirections.begin(), kDirections.end(), [&](const wchar_t* where) {
+        return countIn(textOf(lines, L"Lines" + std::wstring(where))).value_or(0) > 0;
+    });
+}
+
+std::size_t linesBeyondProjection(const qvDiagObject& records) {
+    std::size_t count = 0;
+    for (const wchar_t* where : kDirections) {
+        const qvDiagEntry* lines =
+            entryNamed(recordNamed(records, L"Polarity Test" + std::wstring(where)), qvDiagEntry::eTable, L"Lines");
+        if (lines != nullptr) count += rowsWith(lines->table, L"mean of the street", L"no pels");
+    }
+    return count;
+}
+
+std::optional<double> filterLengthAcross(const qvDiagObject& records, std::size_t direction) {
+    const std::string text =
+        textOf(recordNamed(records, L"Response" + std::wstring(kDirections.at(direction))), L"Filter lengths");
+    const std::string beginning = "across the street ";
+    if (text.rfind(beginning, 0) != 0) return std::nullopt;
+    return parseAnyNumber(text.substr(beginning.size(), text.find(',') - beginning.size()));
+}
+
+std::optional<double> angleBetweenDirections(const qvDiagObject& records) {
+    const qvDiagRecord* record = recordNamed(records, L"Street Directions");
+    const std::optional<double> flat = lineAngleIn(textOf(record, kDirection0));
+    const std::optional<double> upright = lineAngleIn(textOf(record, kDirection1));
+    if (!flat || !upright) return std::nullopt;
+    return std::fabs(std::remainder(*flat - *upright, 180.0));
+}
+
 std::string firstFailure(const qvDiagObject& records) {
-    for (std::size_t d = 0; d < kDirections.size(); ++d) {
-        if (const std::string failure = failedLines(records, d); !failure.empty()) return failure;
-    }
-    for (std::size_t d = 0; d < kDirections.size(); ++d) {
-        if (const std::string failure = failedPolarity(records, d); !failure.empty()) return failure;
-    }
-    return failedPairs(records);
+    std::string failure = failedImage(records);
+    for (std::size_t d = 0; d < kDirections.size() && failure.empty(); ++d) failure = failedLines(records, d);
+    for (std::size_t d = 0; d < kDirections.size() && failure.empty(); ++d) failure = failedPolarity(records, d);
+    if (failure.empty()) failure = failedPairs(records);
+    return withPlainNumbers(failure);
 }
 
 std::vector<std::string> findingsOf(const qvDiagObject& records) {
@@ -205,6 +305,7 @@ std::vector<std::string> findingsOf(const qvDiagObject& records) {
     addDirections(records, findings);
     addTexts(records, findings);
     addCandidates(records, findings);
+    std::transform(findings.begin(), findings.end(), findings.begin(), withPlainNumbers);
     return findings;
 }
 

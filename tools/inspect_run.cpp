@@ -172,6 +172,15 @@ std::vector<PageLayer> layersOf(const Inspection& inspection) {
         drawCrossings(inspection.results.crossings, inspection.image.imageFromClientXform());
     const bool found = !inspection.results.crossings.empty();
     Layers layers;
+    const auto takeLines = [&] {
+        layers.takeLines(L"Lines kept", inspection.records, L"Kept");
+        layers.hideIf(found);
+        layers.takeLines(L"Lines dropped", inspection.records, L"Dropped");
+        // Where lines of both directions are left, the dropped ones are not why there is no crossing.
+        layers.hideIf(found || keepsLinesOfBothDirections(inspection.records));
+    };
+    // Shown from the start they stay below the streets that were made of them.
+    if (!found) takeLines();
     layers.take(L"Single streets", streets.layers, [](const qvShape& s) { return s.kind != qvShape::eText; });
     const bool fromEdges = std::any_of(inspection.results.crossings.begin(), inspection.results.crossings.end(),
                                        [](const qvStreetFinderStreetCrossResult& crossing) {
@@ -187,10 +196,7 @@ std::vector<PageLayer> layersOf(const Inspection& inspection) {
     layers.take(L"Scores", crossings.layers, [](const qvShape& s) { return s.kind == qvShape::eText; });
     layers.take(L"Street scores", streets.layers, [](const qvShape& s) { return s.kind == qvShape::eText; });
     layers.hideIf(found);
-    layers.takeLines(L"Lines kept", inspection.records, L"Kept");
-    layers.hideIf(found);
-    layers.takeLines(L"Lines dropped", inspection.records, L"Dropped");
-    layers.hideIf(found);
+    if (found) takeLines();
     return layers.layers();
 }
 
@@ -214,6 +220,7 @@ void runInspection(const CommandOptions& options, const GreyImage& image, ImageR
             qvStreetFinder finder(finderParams(options));
             FinderTrace trace(finder, options.trace);
             qf_diagnosedRun(finder, inspection.image, {}, inspection.records, inspection.results);
+            recordPairsOfAnyPolarity(options, finder, inspection.records);
             inspection.constants = constantsOf(qf_finderRecord(finder));
             report.traceFailed = !trace.isWhole();
         });
@@ -233,8 +240,9 @@ Page inspectionPage(const CommandOptions& options, const ImageReport& report, co
     page.subtitle = std::string("qvstreet inspect, ") + nameOf(options.mode) + " mode, " +
                     std::to_string(report.width) + " x " + std::to_string(report.height) + " pels, " +
                     withDigits(millisecondsOf(inspection.results.times), 1) + " ms";
-    page.isGood = !inspection.results.crossings.empty();
+    page.isGood = hasCrossingInside(inspection);
     page.verdict = verdictOf(inspection);
+    page.remarks = remarksOf(options, inspection);
     page.findings = findingsOf(inspection.records);
     page.view = {inspection.image, layersOf(inspection)};
     page.results = {crossingsTable(inspection.results.crossings), streetsTable(inspection.results.singleStreets)};

@@ -11,6 +11,8 @@
 #include "tools/html_page.h"
 #include "tools/report.h"
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,6 +42,32 @@ std::vector<std::string> findingsOf(const qvDiagObject& records);
 
 /// The first stage of the way to crossings that had nothing to hand on, in a sentence; empty if the records show none.
 std::string firstFailure(const qvDiagObject& records);
+
+/// What a user should know beside the verdict, a sentence each: crossings that can hardly be those of streets, a width that
+/// the mode cannot see, more results than were let through.
+std::vector<std::string> remarksOf(const CommandOptions& options, const Inspection& inspection);
+
+/// Whether a crossing lies inside the image: streets of nearly the same direction meet far outside.
+bool hasCrossingInside(const Inspection& inspection);
+
+/// In `edge` mode with a polarity asked for, adds to the record of the candidates how many pairs of lines are as far
+/// apart as the edges of a street: of those, only the pairs of the right polarity are in its counts.
+void recordPairsOfAnyPolarity(const CommandOptions& options, const qvStreetFinder& finder, qvDiagObject& records);
+
+/// The label of that text; direction 0 or 1.
+std::wstring pairsOfAnyPolarityLabel(std::size_t direction);
+
+/// Width of the line filter across the streets of that direction, 0 or 1, in client units.
+std::optional<double> filterLengthAcross(const qvDiagObject& records, std::size_t direction);
+
+/// Whether each direction has a line that is long enough.
+bool keepsLinesOfBothDirections(const qvDiagObject& records);
+
+/// How many lines of `ridge` and `coarse` mode lie where no grey level was there to judge their polarity.
+std::size_t linesBeyondProjection(const qvDiagObject& records);
+
+/// Between the two street directions, 0 to 90 degrees.
+std::optional<double> angleBetweenDirections(const qvDiagObject& records);
 
 }  // namespace qvtool
 

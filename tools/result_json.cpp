@@ -71,7 +71,8 @@ void addSeconds(Json& json, const ImageReport& report) {
     if (!report.seconds) return;
     Json seconds;
     if (report.subcommand != Subcommand::blank) seconds["setImage"] = report.seconds->setImage;
-    if (report.subcommand == Subcommand::find || report.subcommand == Subcommand::inspect) seconds["find"] = report.seconds->search;
+    if (report.subcommand == Subcommand::find || report.subcommand == Subcommand::inspect)
+        seconds["find"] = report.seconds->search;
     if (report.subcommand == Subcommand::streets) seconds["findSingleStreet"] = report.seconds->search;
     if (report.subcommand == Subcommand::blank) seconds["blank"] = report.seconds->search;
     json["seconds"] = std::move(seconds);

@@ -1,6 +1,6 @@
-// One image after the other: read, search, write JSON, draw, write a page. What fails for one image is said on standard error and in
-// its JSON, and the next one gets its turn; only a JSON output that cannot be written ends the run, because nothing
-// that follows could be told to anybody.
+// One image after the other: read, search, write JSON, draw, write a page. What fails for one image is said on standard
+// error and in its JSON, and the next one gets its turn; only a JSON output that cannot be written ends the run, because
+// nothing that follows could be told to anybody.
 #include "tools/run.h"
 
 #include "tools/blank_page.h"
@@ -194,7 +194,9 @@ class Run {
             OutputFile file(path);
             file.write(htmlPage(page));
             file.commit();
-            console_.say(inQuotes(report.image) + ": " + page.verdict + " The page is " + inQuotes(path) + ".");
+            std::string summary = page.verdict;
+            for (const std::string& remark : page.remarks) summary += " " + remark;
+            console_.say(inQuotes(report.image) + ": " + summary + " The page is " + inQuotes(path) + ".");
         } catch (const OutputError& error) {
             pictureFailed_ = true;
             console_.say(std::string("--report: ") + error.what());

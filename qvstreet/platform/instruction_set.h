@@ -55,7 +55,7 @@ const char* qf_instructionSetName(qv_InstructionSet set);
     namespace qv_kernels_v4 {          \
     extern const Type name;            \
     }
-#define QV_KERNELS_OF(set, name)                                 \
+#define QV_KERNELS_OF(set, name)                                         \
     ((set) == qv_InstructionSet::eV4         ? qv_kernels_v4::name       \
      : (set) == qv_InstructionSet::eV3       ? qv_kernels_v3::name       \
      : (set) == qv_InstructionSet::eBaseline ? qv_kernels_baseline::name \

@@ -26,8 +26,6 @@ namespace {
 
 using Defs = qvStreetFinderDefs;
 
-constexpr double kSpareFraction = 0.1;
-constexpr double kLineMargin = 0.0;
 constexpr std::size_t kListReserve = 15;
 
 double profilePosition(const qvXform<2>& profileFromClient, const qvVector<2>& point) {
@@ -87,6 +85,18 @@ Defs::streetPolarity linePolarity(const qvLineFinderResults& line, double width,
     return verdict(centreMean, left, right, margin);
 }
 
+const wchar_t* polarityText(Defs::streetPolarity verdict) {
+    switch (verdict) {
+        case Defs::eDarkOnLight:
+            return L"dark  on light";
+        case Defs::eLightOnDark:
+            return L"light on dark";
+        case Defs::eAnyPolarity:
+            break;
+    }
+    return L"no pol";
+}
+
 void pairProfileRanges(const qvLineSeg& segment0, const qvLineSeg& segment1, const qvTiledProjectionResult& projection,
                        double centreMargin, double sideMargin, qvRange& centre, qvRange& left, qvRange& right) {
     const qvXform<2> profileFromClient = projection.tile(0, 0).clientFromProfile.inverse();
@@ -134,7 +144,7 @@ void classifyStreetLines(const qv_lineSets& lines, std::vector<std::vector<qvDIP
             if (asked != Defs::eAnyPolarity) {
                 double centreMean = 0.0;
                 const Defs::streetPolarity found =
-                    linePolarity(lines[direction][i], widths[direction], kSpareFraction, kLineMargin,
+                    linePolarity(lines[direction][i], widths[direction], qvLineSpareFraction, qvLineMargin,
                                  impl.clientFromImage, *projections[direction], centreMean);
                 if (found != asked) continue;
                 value = asked == Defs::eDarkOnLight ? centreMean : 255.0 - centreMean;

@@ -24,6 +24,10 @@ double profileDeviation(const qvTiledProjectionResult& projection);
 /// The lines of both directions: element 0 nearer the horizontal, element 1 nearer the vertical.
 using qv_lineSets = std::vector<std::vector<qvLineFinderResults>>;
 
+/// What the classification of lines hands to `linePolarity`: any difference counts.
+inline constexpr double qvLineSpareFraction = 0.1;
+inline constexpr double qvLineMargin = 0.0;
+
 /// Verdict on one line as the middle of a street `width` client units wide: `eDarkOnLight`, `eLightOnDark` or
 /// `eAnyPolarity` for undecided. The centre must differ from both sides by more than the fraction `margin` of them.
 /// @param spareFraction has no effect
@@ -31,6 +35,10 @@ using qv_lineSets = std::vector<std::vector<qvLineFinderResults>>;
 qvStreetFinderDefs::streetPolarity linePolarity(const qvLineFinderResults& line, double width, double spareFraction,
                                                 double margin, const qvXform<2>& clientTransform,
                                                 const qvTiledProjectionResult& projection, double& centreMean);
+
+/// A verdict as people read it in traces and tables: "no pol" for undecided and any value that is none, "dark  on light"
+/// with two blanks, "light on dark".
+const wchar_t* polarityText(qvStreetFinderDefs::streetPolarity verdict);
 
 /// The same verdict on the stretch between two segments. Margins are fractions of the gap between them.
 qvStreetFinderDefs::streetPolarity pairPolarity(const qvLineSeg& segment0, const qvLineSeg& segment1,

@@ -27,10 +27,10 @@ constexpr double kNoSamples = 1e12;
 
 std::wstring meanCell(double mean) { return mean >= kNoSamples ? L"no pels" : qf_cell(mean); }
 
-const wchar_t* verdictName(double centre, double left, double right) {
-    if (centre >= kNoSamples) return L"0: undecided, outside the projection";
-    if (!(centre >= left) && !(centre >= right)) return L"1: dark";
-    return centre > left && centre > right ? L"2: light" : L"0: undecided";
+/// The number and the words of a verdict.
+std::wstring verdictCell(Defs::streetPolarity verdict, double centreMean) {
+    const std::wstring cell = qf_cell(static_cast<int>(verdict)) + L": " + polarityText(verdict);
+    return centreMean >= kNoSamples ? cell + L", outside the projection" : cell;
 }
 
 /// `rangeMean` takes the bins behind the first one.
@@ -112,11 +112,13 @@ void recordLinePolarity(const std::vector<qvLineFinderResults>& lines, const std
         const bool isKept = std::any_of(passed.begin(), passed.end(),
                                         [i](const qvDIPair& entry) { return entry.index == static_cast<long>(i); });
         const qv_lineBins bins = lineProfileBins(lines[i], width, clientTransform, projection);
-        const double centre = rangeMean(tile, bins.centre);
+        double centre = 0.0;
+        const Defs::streetPolarity verdict =
+            linePolarity(lines[i], width, qvLineSpareFraction, qvLineMargin, clientTransform, projection, centre);
         const double left = rangeMean(tile, bins.left);
         const double right = rangeMean(tile, bins.right);
         table.rows.push_back(qf_cells(i, meanCell(centre), meanCell(left), meanCell(right),
-                                      verdictName(centre, left, right), isKept ? L"kept" : L"dropped: polarity"));
+                                      verdictCell(verdict, centre), isKept ? L"kept" : L"dropped: polarity"));
         if (i >= kMostMarkedLines) continue;
         const std::wstring name = L"line " + qf_cell(i);
         plot.marks.push_back(binMark(bins.left, qvColor::yellowColor, name + L" left"));

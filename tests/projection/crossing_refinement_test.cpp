@@ -180,6 +180,39 @@ TEST(LocateStreetCentre, WithoutAPairThePointStaysAndTheScoreIsMinusOne) {
     EXPECT_EQ(point, qvVector<2>(7.0, 8.0));
 }
 
+// An upright street 18 wide and a flat one 10 wide. A pair at least twice as far apart as it should be scores 0, which the
+// caliper does not count as found.
+TEST(LocateStreetCentre, PairThatScoresZeroIsNone) {
+    const qvtest::GreyImage image = oneCrossing(18.0, 10.0, 60.0, 150.0);
+    const qvAffineRectangle region(qvVector<2>(150.0, 60.0), 40.0, 60.0, qvRadian(0.0), qvRadian(0.0));
+    const auto scoreAt = [&](double width, qvVector<2>& point) {
+        const qvAffineSamplingParams sampling(region, 80, 120, 2);
+        return locateStreetCentre(viewOf(image), sampling, point, width, 0.8, true, nullptr);
+    };
+    qvVector<2> point(7.0, 8.0);
+    EXPECT_EQ(scoreAt(8.0, point), -1.0);
+    EXPECT_EQ(point, qvVector<2>(7.0, 8.0));
+    EXPECT_GT(scoreAt(10.0, point), 0.0);
+    EXPECT_NEAR(point.x(), 150.3, 0.05);
+}
+
+TEST(CrossingRefinement, PairOfScoreZeroAcrossEitherStreetIsAFailure) {
+    const qvtest::GreyImage image = oneCrossing(18.0, 10.0, 60.0, 150.0);
+    // The first width is what the edges of the flat street are looked for at, the second that of the upright one.
+    const qvPair<double> widths[2] = {{10.0, 8.0}, {4.0, 18.0}};
+    for (const qvPair<double>& width : widths) {
+        SCOPED_TRACE(width.first);
+        const qv_refineContext context(qvVector<2>(150.0, 120.0), qvDegree(0.0), qvDegree(90.0),
+                                       qvPair<double>(40.0, 200.0), qvPair<double>(60.0, 200.0), width, 0.1,
+                                       Defs::eRidgeWafer, Defs::eDarkOnLight);
+        qv_refineResult result;
+        refineCrossing(viewOf(image), context, result, nullptr);
+        EXPECT_EQ(result.crossing, qvVector<2>(150.0, 120.0));
+        EXPECT_EQ(result.score, -1.0);
+        EXPECT_EQ(result.status, Defs::eStreetFromLine);
+    }
+}
+
 TEST(RefineCrossings, OnlyTheRidgeModeMovesAnything) {
     const qvtest::GreyImage image = oneCrossing(16.0, 16.0, 60.0, 150.0);
     qv_streetFinderImpl impl;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -118,7 +119,7 @@ TEST(PolarityRecords, RangesMeansAndVerdictsOfEveryLine) {
     EXPECT_EQ(columnOf(table, L"mean of the street"), (Cells{L"40.0000", L"100.0000"}));
     EXPECT_EQ(columnOf(table, L"mean left"), (Cells{L"83.6364", L"100.0000"}));
     EXPECT_EQ(columnOf(table, L"mean right"), (Cells{L"85.7143", L"100.0000"}));
-    EXPECT_EQ(columnOf(table, L"verdict"), (Cells{L"1: dark", L"0: undecided"}));
+    EXPECT_EQ(columnOf(table, L"verdict"), (Cells{L"1: dark  on light", L"0: no pol"}));
     EXPECT_EQ(columnOf(table, L"use"), (Cells{L"kept", L"dropped: polarity"}));
     const std::vector<qvDiagMark>& marks = plotOf(flat, L"Ranges").marks;
     ASSERT_EQ(marks.size(), 6U);
@@ -142,7 +143,25 @@ TEST(PolarityRecords, LineOutsideTheProjectionSaysSo) {
     const qvDiagRecord& upright = diagObject.diagRecord(1);
     EXPECT_EQ(textOf(upright, L"Polarity asked for"), L"light streets: lighter than both sides");
     EXPECT_EQ(columnOf(tableOf(upright, L"Lines"), L"mean left"), (Cells{L"no pels"}));
-    EXPECT_EQ(columnOf(tableOf(upright, L"Lines"), L"verdict"), (Cells{L"0: undecided, outside the projection"}));
+    EXPECT_EQ(columnOf(tableOf(upright, L"Lines"), L"verdict"), (Cells{L"0: no pol, outside the projection"}));
+}
+
+// Without a pel under the street its mean lies above any grey level, so the classification takes the line for a light one.
+TEST(PolarityRecords, VerdictIsTheClassificationsAlsoWhereNoPelLiesUnderTheStreet) {
+    qv_streetFinderImpl impl = darkStreet();
+    qvTiledProjectionOneResult& tile = impl.projectionAlong0.tiles[0][0];
+    for (std::size_t bin = 45; bin <= 55; ++bin) tile.counts[bin] = tile.sums[bin] = 0.0;
+    std::partial_sum(tile.counts.begin(), tile.counts.end(), tile.cumCounts.begin());
+    std::partial_sum(tile.sums.begin(), tile.sums.end(), tile.cumSums.begin());
+    std::vector<std::vector<qvDIPair>> lists;
+    qvDiagObject diagObject;
+    classifyStreetLines(impl.lines, lists, paramsFor(Defs::eRidgeWafer, Defs::eLightOnDark), impl, &diagObject);
+    ASSERT_EQ(lists[0].size(), 1U);
+    const qvDiagTable& table = tableOf(diagObject.diagRecord(0), L"Lines");
+    EXPECT_EQ(columnOf(table, L"mean of the street"), (Cells{L"no pels", L"100.0000"}));
+    EXPECT_EQ(columnOf(table, L"mean left"), (Cells{L"100.0000", L"100.0000"}));
+    EXPECT_EQ(columnOf(table, L"verdict"), (Cells{L"2: light on dark, outside the projection", L"0: no pol"}));
+    EXPECT_EQ(columnOf(table, L"use"), (Cells{L"kept", L"dropped: polarity"}));
 }
 
 TEST(PolarityRecords, AnyPolarityNeedsNoProjection) {

@@ -118,6 +118,12 @@ void expectRange(const qvRange& range, double start, double end) {
 
 }  // namespace
 
+TEST(PolarityText, WordsOfTheThreeVerdicts) {
+    EXPECT_STREQ(polarityText(Defs::eAnyPolarity), L"no pol");
+    EXPECT_STREQ(polarityText(Defs::eDarkOnLight), L"dark  on light");
+    EXPECT_STREQ(polarityText(Defs::eLightOnDark), L"light on dark");
+}
+
 TEST(ProjectionPolarity, DarkerThanBothSidesIsDarkAndLighterIsLight) {
     const std::vector<double> dark = streetProfile(100, 150.0, 40, 59, 60.0);
     const Tested darkStreet = tested(flatLine(50.0), 20.0, literalProfile(dark, binsAlongY(), 80.0));

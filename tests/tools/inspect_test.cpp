@@ -79,10 +79,9 @@ TEST_F(Findings, NothingIsMadeUpWithoutRecords) {
 
 TEST_F(Findings, ADirectionWhoseLinesAreAllTooShortIsTheFirstFailure) {
     lines(L"0 of 1 are longer than 72.0000 client units", L"0 of 0 are longer than 50.0000 client units");
-    EXPECT_EQ(
-        firstFailure(records),
-        "No line of direction 0 (flat) survived the length limit: the longest has 61.5000, and it takes more than "
-        "72.0000 client units.");
+    EXPECT_EQ(firstFailure(records),
+              "No line of direction 0 (flat) survived the length limit: the longest measures 61.5 client units, and "
+              "more than 72 are needed.");
 }
 
 TEST_F(Findings, ADirectionWithoutAnyLineIsTheFirstFailure) {
@@ -136,11 +135,10 @@ TEST_F(Findings, EachStageHasALine) {
         .table(tableOf(L"Crosses", {L"rank", L"use"}, {{L"1", L"kept"}, {L"2", L"dropped: nearer than 5"}}));
     const Names findings = findingsOf(records);
     ASSERT_EQ(findings.size(), 6U);
-    EXPECT_EQ(
-        findings[0],
-        "Street directions: The pair nearest to a right angle; flat at 1.5000 degrees, upright at -89.0000 degrees; "
-        "2 of 3 angles are strong enough");
-    EXPECT_EQ(findings[1], "direction 0 (flat): 5 ridges, 3 lines; 2 of 3 are longer than 72.0000 client units");
+    EXPECT_EQ(findings[0],
+              "Street directions: The pair nearest to a right angle; flat at 1.5 degrees, upright at -89 degrees; "
+              "2 of 3 angles are strong enough");
+    EXPECT_EQ(findings[1], "direction 0 (flat): 5 ridges, 3 lines; 2 of 3 are longer than 72 client units");
     EXPECT_EQ(findings[3], "Edges to streets (flat and upright): lines 4 and 7; pairs of edges 2 and 1");
     EXPECT_EQ(findings[4], "Crosses: 0 of eight lines; 12 of four lines");
     EXPECT_EQ(findings[5], "Final selection: 1 of 2 crosses are kept");
@@ -240,6 +238,31 @@ TEST(InspectCommand, ARefusedImageHasAPageThatSaysWhy) {
     EXPECT_TRUE(contains(readText(page), "The image was refused by the finder: "));
 }
 
+TEST(InspectCommand, AnImageThatLeavesNothingToSampleIsRefusedWithItsSize) {
+    const TemporaryFolder folder;
+    writeText(folder.path("tiny.pgm"), "P5 5 4 255\n01234567890123456789");
+    const Outcome outcome = runCommand({"inspect", folder.path("tiny.pgm"), "--report", folder.path("page.html")});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(contains(outcome.err,
+                         "was refused by the finder: the matrix has no inverse (the image has 5 x 4 pels; sides of 5 "
+                         "pels leave nothing to sample, allowed are all others)"))
+        << outcome.err;
+}
+
+TEST(InspectCommand, RemarksStandBelowTheVerdictAndInTheMessage) {
+    const TemporaryFolder folder;
+    const std::string page = folder.path("page.html");
+    const Outcome outcome =
+        runCommand({"inspect", kSample, "--mode", "coarse", "--width", "20", "--max", "16", "--report", page});
+    EXPECT_EQ(outcome.err,
+              "qvstreet: '" + kSample +
+                  "': 16 crossings and 8 single streets found. There are as many crossings as --max allows, so there "
+                  "may be more. The page is '" +
+                  page + "'.\n");
+    EXPECT_TRUE(
+        contains(readText(page), "found.</p>\n<p class=\"remark\">There are as many crossings as --max allows"));
+}
+
 TEST(InspectCommand, APageThatCannotBeWrittenLeavesNothingAndEndsWithFour) {
     const TemporaryFolder folder;
     Surroundings small;
@@ -279,6 +302,25 @@ TEST(BlankReport, ShowsTheStagesOfTheSearch) {
           "Coarse regions <kbd>1</kbd>", "10. Results</h2>", "<td>--street-width</td><td>64</td>"}) {
         EXPECT_TRUE(contains(html, part)) << part;
     }
+}
+
+TEST(BlankReport, SaysThatTheOnlyCandidateWasRejected) {
+    const TemporaryFolder folder;
+    // A lone bright cross on dark ground, hardly larger than the window.
+    std::string pgm = "P5 40 30 255\n";
+    for (long y = 0; y < 30; ++y) {
+        for (long x = 0; x < 40; ++x) {
+            pgm += static_cast<char>((x > 12 && x < 18) || (y > 10 && y < 16) ? 200 : 60);
+        }
+    }
+    writeText(folder.path("cross.pgm"), pgm);
+    const std::string page = folder.path("page.html");
+    const Outcome outcome =
+        runCommand({"blank", folder.path("cross.pgm"), "--street-width", "20", "--min-length", "20", "--report", page});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(contains(readText(page),
+                         "No blank region found: the only coarse region was rejected, as shorter than wanted once the "
+                         "ends were set, too uneven, or of a grey without weight."));
 }
 
 TEST(BlankReport, SaysWhyNothingWasFound) {

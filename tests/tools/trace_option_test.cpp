@@ -136,6 +136,31 @@ TEST_F(TraceOption, AFileWithoutRoomIsSaidAndTheResultsAreWrittenAllTheSame) {
     EXPECT_FALSE(json::parse(outcome.out).at("crossings").empty());
 }
 
+TEST_F(TraceOption, AFullDeviceIsSaidByFindAndByInspect) {
+    std::filesystem::create_symlink("/dev/full", folder.path("t.trace"));
+    const std::string message = "qvstreet: --trace: '" + folder.path("t.trace") +
+                                "' does not hold the whole trace; allowed is a file with room for all of it\n";
+    const Outcome found = trace({kImage});
+    EXPECT_EQ(found.status, 4);
+    EXPECT_EQ(found.err, message);
+    const Outcome inspected = runCommand(
+        {"inspect", "--width", "30", "--report", folder.path("page.html"), "--trace", folder.path("t"), kImage});
+    EXPECT_EQ(inspected.status, 4);
+    EXPECT_EQ(inspected.err.rfind(message, 0), 0U) << inspected.err;
+    EXPECT_TRUE(std::filesystem::exists(folder.path("page.html")));
+}
+
+TEST_F(TraceOption, AnInspectionThatFillsTheFileIsSaidToo) {
+    Surroundings surroundings;
+    surroundings.fileSizeLimit = 4000;
+    const Outcome outcome = runCommand(
+        {"inspect", "--width", "30", "--report", folder.path("page.html"), "--trace", folder.path("t"), kImage},
+        surroundings);
+    EXPECT_EQ(outcome.status, 4);
+    EXPECT_EQ(outcome.err.rfind("qvstreet: --trace: '" + folder.path("t.trace") + "' does not hold", 0), 0U)
+        << outcome.err;
+}
+
 TEST_F(TraceOption, NeedsAPath) {
     EXPECT_EQ(refused({"find", "--trace=", "a.png"}),
               "--trace: its value is missing; allowed is a path in an existing folder, without .trace (see qvstreet "
