@@ -48,6 +48,12 @@ constexpr double qvLeastCrossSeparation = 5.0;
 /// Adds one point (x, y) with wanted value t to the least-squares fit of t = a x + b y + c.
 void accumulateFit(qvMatrix<3>& normal, qvVector<3>& rightSide, const qvVector<2>& point, double target);
 
+/// Fits the figure to the lines of a candidate and fills in corners, segments and status only: enough for a cross whose
+/// segments are cut and fitted again. Arguments and errors as in `fitCanonicalCross`.
+/// @returns clientFromCanonical
+qvXform<2> placeCrossArms(const qv_stCand& candidate, const std::vector<qv_ridgeLine>& flatLines,
+                          qvStreetFinderStreetCrossResult& result);
+
 /// Fits the figure to the lines of a candidate and fills in crossing, angles, corners, segments and status. A missing
 /// line adds nothing to the fit and is drawn from the figure. `score` becomes the sum of the distances of the lines'
 /// ends from the figure with `useResidualScore`, and the candidate's own cost without.

@@ -23,6 +23,7 @@
 
 namespace {
 
+using Access = qv_streetResultAccess;
 using CrossResult = qvStreetFinderStreetCrossResult;
 
 // A line belongs to a stub when it lies within this, pels, of the stub's line.
@@ -43,24 +44,47 @@ constexpr std::array<std::size_t, 8> kPartner = {1, 0, 3, 2, 6, 7, 4, 5};
 
 using Directions = std::array<qvVector<2>, 8>;
 
-Directions directionsOf(const std::vector<qvLineSeg>& segments) {
-    Directions directions;
-    for (std::size_t i = 0; i < 8; ++i) directions[i] = segments[i].line().dir();
-    return directions;
+/// What several terms need of a cross.
+struct CrossShape {
+    /// Of the segments, and the sum of their lengths.
+    Directions dir;
+    double found = 0.0;
+    /// Between the corners.
+    qvLine left;
+    qvLine right;
+    qvLine top;
+    qvLine bottom;
+};
+
+CrossShape shapeOf(const CrossResult& cross) {
+    CrossShape shape;
+    const std::vector<qvLineSeg>& segments = Access::lineSegs(cross);
+    for (std::size_t i = 0; i < 8; ++i) {
+        const qvVector<2> run = segments[i].p2() - segments[i].p1();
+        const double length = run.len();
+        // As `unit` has it, with the one root for both.
+        shape.dir[i] = length > 0.0 ? run / length : qvVector<2>(1.0, 0.0);
+        shape.found += length;
+    }
+    const qvVector<2>& ul = Access::ulCorner(cross);
+    const qvVector<2>& lr = Access::lrCorner(cross);
+    shape.left = qvLine(ul, Access::llCorner(cross));
+    shape.right = qvLine(Access::urCorner(cross), lr);
+    shape.top = qvLine(ul, Access::urCorner(cross));
+    shape.bottom = qvLine(Access::llCorner(cross), lr);
+    return shape;
 }
 
 /// 0 where the two streets, and the two lines at each corner, are at right angles.
-double orthogonalityTerm(const CrossResult& cross, const Directions& dir) {
-    const qvLineSeg left(cross.ulCorner(), cross.llCorner());
-    const qvLineSeg top(cross.ulCorner(), cross.urCorner());
-    double sum = std::fabs(top.line().dir() * left.line().dir());
-    for (std::size_t i = 0; i < 4; ++i) sum += std::fabs(dir[i + 4] * dir[i]);
+double orthogonalityTerm(const CrossShape& shape) {
+    double sum = std::fabs(shape.top.dir() * shape.left.dir());
+    for (std::size_t i = 0; i < 4; ++i) sum += std::fabs(shape.dir[i + 4] * shape.dir[i]);
     return sum / 5.0;
 }
 
 double widthTerm(const CrossResult& cross, const qv_candidateTolerances& t) {
-    const double widthX = cross.ulCorner().distance(cross.urCorner());
-    const double widthY = cross.ulCorner().distance(cross.llCorner());
+    const double widthX = Access::ulCorner(cross).distance(Access::urCorner(cross));
+    const double widthY = Access::ulCorner(cross).distance(Access::llCorner(cross));
     return 0.5 * (widthDeviation(widthX, t.nominalWidth.first, {t.widthLower.first, t.widthUpper.first}) +
                   widthDeviation(widthY, t.nominalWidth.second, {t.widthLower.second, t.widthUpper.second}));
 }
@@ -74,16 +98,13 @@ double parallelismTerm(const Directions& dir) {
 }
 
 /// Mean distance of the 16 segment ends from the edges of the cross.
-double residualTerm(const CrossResult& cross) {
-    const qvLine left(cross.ulCorner(), cross.llCorner());
-    const qvLine right(cross.urCorner(), cross.lrCorner());
-    const qvLine top(cross.ulCorner(), cross.urCorner());
-    const qvLine bottom(cross.llCorner(), cross.lrCorner());
-    const std::array<const qvLine*, 8> edges = {&left, &right, &left, &right, &top, &top, &bottom, &bottom};
+double residualTerm(const std::vector<qvLineSeg>& segments, const CrossShape& shape) {
+    const std::array<const qvLine*, 8> edges = {&shape.left, &shape.right, &shape.left,   &shape.right,
+                                                &shape.top,  &shape.top,   &shape.bottom, &shape.bottom};
     double sum = 0.0;
     for (std::size_t i = 0; i < 8; ++i) {
-        sum += std::fabs(edges[i]->distToPoint(cross.lineSegs()[i].p1()));
-        sum += std::fabs(edges[i]->distToPoint(cross.lineSegs()[i].p2()));
+        sum += std::fabs(edges[i]->distToPoint(segments[i].p1()));
+        sum += std::fabs(edges[i]->distToPoint(segments[i].p2()));
     }
     return sum / 16.0;
 }
@@ -170,22 +191,36 @@ const qvLineSeg* replacementFor(const StubPlace& place, const std::vector<qvLine
     return best;
 }
 
+/// Best first. The scores are sorted, which are shorter than crosses, and each cross then moves once.
+/// @param order  working memory
+void sortByScore(std::vector<CrossResult>& crosses, std::vector<qvIDPair>& order) {
+    order.clear();
+    for (std::size_t i = 0; i < crosses.size(); ++i)
+        order.push_back({static_cast<long>(i), Access::score(static_cast<const CrossResult&>(crosses[i]))});
+    qf_stableSort(order.begin(), order.end(),
+                  [](const qvIDPair& a, const qvIDPair& b) { return qf_descending(a.value, b.value); });
+    for (std::size_t place = 0; place < crosses.size(); ++place) {
+        std::size_t from = static_cast<std::size_t>(order[place].index);
+        // What stood at a place before this one has been exchanged for what is there now.
+        while (from < place) from = static_cast<std::size_t>(order[from].index);
+        if (from != place) std::swap(crosses[place], crosses[from]);
+    }
+}
+
 }  // namespace
 
 qv_finalCrossTerms finalCrossTerms(const CrossResult& cross, double maxLength, const qv_candidateTolerances& tolerances,
                                    const qv_streetFinderImpl& impl) {
-    const std::vector<qvLineSeg>& segments = cross.lineSegs();
+    const std::vector<qvLineSeg>& segments = Access::lineSegs(cross);
     qf_assert(segments.size() == 8, L"a cross from edges has eight segments");
-    const Directions dir = directionsOf(segments);
-    double found = 0.0;
-    for (const qvLineSeg& segment : segments) found += segment.len();
+    const CrossShape shape = shapeOf(cross);
 
     qv_finalCrossTerms terms;
-    terms.orthogonality = orthogonalityTerm(cross, dir);
+    terms.orthogonality = orthogonalityTerm(shape);
     terms.width = widthTerm(cross, tolerances);
-    terms.parallelism = parallelismTerm(dir);
-    terms.residual = residualTerm(cross) / kResidualUnit;
-    terms.length = (maxLength - found) / maxLength;
+    terms.parallelism = parallelismTerm(shape.dir);
+    terms.residual = residualTerm(segments, shape) / kResidualUnit;
+    terms.length = (maxLength - shape.found) / maxLength;
     terms.contrast = contrastTerm(segments, impl);
     return terms;
 }
@@ -203,12 +238,12 @@ double finalCrossScore(const CrossResult& cross, double maxLength, bool /*fromPa
 void scoreAllCrosses(std::vector<CrossResult>& crosses, double maxLength, bool fromPairs,
                      const qv_candidateTolerances& tolerances, const qv_streetFinderImpl& impl, qv_streetTrace* trace) {
     for (CrossResult& cross : crosses)
-        qv_streetResultAccess::score(cross) = finalCrossScore(cross, maxLength, fromPairs, tolerances, impl, trace);
+        Access::score(cross) = finalCrossScore(cross, maxLength, fromPairs, tolerances, impl, trace);
 }
 
 void recoverSegments(CrossResult& cross, const std::vector<std::vector<qvLineFinderResults>>& lines, double stubLimit,
                      double searchLimit, const qv_candidateContext& context) {
-    std::vector<qvLineSeg>& segments = qv_streetResultAccess::lineSegs(cross);
+    std::vector<qvLineSeg>& segments = Access::lineSegs(cross);
     qf_assert(segments.size() == 8, L"a cross from edges has eight segments");
     const qv_candidateTolerances& t = context.tolerances;
     // In place: a segment found for one stub is the partner of the next.
@@ -241,8 +276,9 @@ void selectFinalCrosses(std::vector<CrossResult>& out, std::vector<CrossResult>&
 
     scoreAllCrosses(quadCrosses, maxLength, false, context.tolerances, impl, trace);
     scoreAllCrosses(pairCrosses, maxLength, true, context.tolerances, impl, trace);
-    qf_stableSort(quadCrosses.begin(), quadCrosses.end(), qf_scoreOrder);
-    qf_stableSort(pairCrosses.begin(), pairCrosses.end(), qf_scoreOrder);
+    std::vector<qvIDPair>& order = impl.scratch.candidates.store.scratch.order;
+    sortByScore(quadCrosses, order);
+    sortByScore(pairCrosses, order);
 
     qv_finalScoreRecord record(diagObject);
     if (diagObject != nullptr) record.begin(quadCrosses, pairCrosses, maxLength, context.tolerances, impl);

@@ -126,18 +126,30 @@ qvPair<long> byDistance(long key1, long key2, const std::vector<qv_ridgeLine>& f
     return firstIsNearer ? qvPair<long>(key1, key2) : qvPair<long>(key2, key1);
 }
 
+/// The four lines in the places of the eight, each of them in both its arms.
+qv_stCand candidateOf(const qv_candPairOfCrossPair& cross, const std::vector<qv_ridgeLine>& flatLines) {
+    const auto [left, right] = byDistance(cross.first.line1, cross.second.line1, flatLines);
+    const auto [top, bottom] = byDistance(cross.first.line2, cross.second.line2, flatLines);
+    qv_stCand candidate;
+    const long lines[8] = {left, right, left, right, top, top, bottom, bottom};
+    std::copy(std::begin(lines), std::end(lines), candidate.lines);
+    return candidate;
+}
+
 }  // namespace
 
 void trimSegment(qvLineSeg& segment, const qvVector<2>& toward, const qvVector<2>& anchor, double stubUnit) {
-    const qvVector<2> foot = segment.line().proj(anchor);
     const qvVector<2> d = toward - anchor;
     const bool inner1 = d * (segment.p1() - anchor) > 0.0;
     const bool inner2 = d * (segment.p2() - anchor) > 0.0;
+    // Most segments of a cross that has been cut before stay as they are.
+    if (!inner1 && !inner2) return;
+    const qvVector<2> foot = segment.line().proj(anchor);
     if (inner1 && inner2) {
         segment = qvLineSeg(foot, foot - d / d.len() * stubUnit * kStubFraction);
     } else if (inner1) {
         segment.p1(foot);
-    } else if (inner2) {
+    } else {
         segment.p2(foot);
     }
 }
@@ -161,12 +173,7 @@ void retrimSegments(CrossResult& result, double stubUnit) {
 
 void crossFromCrossPairs(CrossResult& result, const qv_candPairOfCrossPair& cross,
                          const std::vector<qv_ridgeLine>& flatLines, double stubUnit) {
-    const auto [left, right] = byDistance(cross.first.line1, cross.second.line1, flatLines);
-    const auto [top, bottom] = byDistance(cross.first.line2, cross.second.line2, flatLines);
-    qv_stCand candidate;
-    const long lines[8] = {left, right, left, right, top, top, bottom, bottom};
-    std::copy(std::begin(lines), std::end(lines), candidate.lines);
-    fitCanonicalCross(candidate, flatLines, result, false);
+    fitCanonicalCross(candidateOf(cross, flatLines), flatLines, result, false);
     trimAllSegments(result, stubUnit);
 }
 
@@ -182,7 +189,8 @@ void generatePairCrosses(const qv_candidateStore& store, std::vector<CrossResult
     out.resize(ranked.size());
     for (std::size_t i = 0; i < ranked.size(); ++i) {
         qv_streetResultAccess::clear(out[i]);
-        crossFromCrossPairs(out[i], crossPairOf(ranked[i]), flatLines, stubUnit);
-        refitCrossFromSegments(out[i]);
+        // As crossFromCrossPairs, but without the crossing and the angles, which come from the second fit.
+        placeCrossArms(candidateOf(crossPairOf(ranked[i]), flatLines), flatLines, out[i]);
+        retrimSegments(out[i], stubUnit);
     }
 }

@@ -28,7 +28,7 @@ void traceNoOverlap(qv_streetTrace* trace, const qv_ridgeLine& a, const qv_ridge
 void addFacingEnd(const qv_ridgeLine& own, double along, const qv_ridgeLine& other, double& sum, int& count) {
     const bool beside = (other.startAlong - along) * (other.endAlong - along) < 0.0;
     if (!beside) return;
-    sum += std::fabs(other.line.distanceFrom(pointAlong(own.line, along)));
+    sum += std::fabs(other.line.distanceFrom(own.line.pointAt(along)));
     ++count;
 }
 

@@ -5,6 +5,17 @@
 
 namespace {
 
+// With larger slopes of the exponent, from row to row, gains by products would be less exact than exponentials: what
+// rounding does to the slopes counts four times, and anchors would stand too far out. It bounds the curvature, too.
+constexpr double kMostSlope = 2.0;
+// Four times half of a smaller one is nothing beside 1.
+constexpr double kNoSlope = 1e-17;
+// A narrower lobe or one further out lets rounding move the exponents visibly.
+constexpr double kMostWeight = 1e6;
+constexpr double kMostCentre = 1.0;
+// With these bounds, more than what rounding does to the root of an exponent.
+constexpr double kExponentRounding = 1e-9;
+
 /// Frequencies of the elements in cycles per pel, in [-0.5, 0.5).
 void fillFrequencies(long size, std::vector<double>& frequencies) {
     const auto count = static_cast<std::size_t>(std::max(size, 0L));
@@ -38,28 +49,71 @@ void qvFrequencyFilterGabor::set(const qvPair<double>& frequencySigmas, const qv
     sigmas_ = frequencySigmas;
     angle_ = filterAngle;
     centreFrequency_ = centreFrequency;
-    if (size_ == size) return;
-    size_ = size;
-    fillFrequencies(size.first, frequenciesU_);
-    fillFrequencies(size.second, frequenciesV_);
+    if (size_ != size) {
+        size_ = size;
+        fillFrequencies(size.first, frequenciesU_);
+        fillFrequencies(size.second, frequenciesV_);
+        columnSteps_.resize(frequenciesU_.size());
+        rowSteps_.resize(frequenciesV_.size() - frequenciesV_.size() % kGaborBlock);
+    }
+    update();
 }
 
-qv_GaborLobe qvFrequencyFilterGabor::lobe() const {
-    return {qfCos(angle_), qfSin(angle_), centreFrequency_, 1.0 / (2.0 * sigmas_.first * sigmas_.first),
-            1.0 / (2.0 * sigmas_.second * sigmas_.second)};
+void qvFrequencyFilterGabor::angle(qvRadian filterAngle) {
+    angle_ = filterAngle;
+    update();
+}
+
+void qvFrequencyFilterGabor::update() {
+    lobe_ = {qfCos(angle_), qfSin(angle_), centreFrequency_, 1.0 / (2.0 * sigmas_.first * sigmas_.first),
+             1.0 / (2.0 * sigmas_.second * sigmas_.second)};
+    stepped_ = false;
+    if (rowSteps_.empty()) return;
+
+    const double step = 1.0 / static_cast<double>(size_.second);
+    const double twist = 2.0 * step * lobe_.cosine * lobe_.sine * (lobe_.weightAlong - lobe_.weightAcross);
+    const double bend = lobe_.sine * lobe_.sine * lobe_.weightAlong + lobe_.cosine * lobe_.cosine * lobe_.weightAcross;
+    const double shift = 2.0 * step * lobe_.centre * lobe_.sine * lobe_.weightAlong;
+    // Frequencies are half a cycle at most. Numbers that are none fail, too.
+    stepped_ = lobe_.weightAlong <= kMostWeight && lobe_.weightAcross <= kMostWeight &&
+               std::fabs(lobe_.centre) <= kMostCentre && std::fabs(twist) * 0.5 <= kMostSlope &&
+               step * bend + std::fabs(shift) <= kMostSlope;
+    if (!stepped_) return;
+
+    const qv_GaborKernels& kernels = QV_CHOSEN_KERNELS(gaborKernels);
+    twisted_ = std::fabs(twist) > kNoSlope;
+    if (twisted_) {
+        for (std::size_t i = 0; i < columnSteps_.size(); ++i) columnSteps_[i] = twist * frequenciesU_[i];
+        kernels.exponentials(columnSteps_.data(), static_cast<long>(columnSteps_.size()), columnSteps_.data());
+    }
+    const double curvature = step * step * bend;
+    for (std::size_t i = 0; i < rowSteps_.size(); ++i) {
+        const std::size_t row = i % kGaborBlock;
+        const double slope = 2.0 * step * bend * frequenciesV_[i - row + kGaborAnchor] - shift;
+        const double m = static_cast<double>(static_cast<long>(row) - kGaborAnchor);
+        rowSteps_[i] = m * slope + m * m * curvature;
+    }
+    kernels.exponentials(rowSteps_.data(), static_cast<long>(rowSteps_.size()), rowSteps_.data());
+    // The root of the exponent is a distance from the lobe's middle, in which a row is no more than this from the anchor.
+    const double distance = static_cast<double>(kGaborAnchor) * step * std::sqrt(bend);
+    const double reach = std::sqrt(kGaborMostExponent);
+    const double inside = (reach - distance) * (1.0 - kExponentRounding);
+    const double outside = (reach + distance) * (1.0 + kExponentRounding);
+    steps_.surelyInside = inside * inside;
+    steps_.surelyOutside = outside * outside;
 }
 
 qv_ElementRange qvFrequencyFilterGabor::liveColumns() const {
     // The ellipse of the largest exponent, seen along v.
     const double reach =
-        std::sqrt(2.0 * kGaborMostExponent) * std::hypot(qfCos(angle_) * sigmas_.first, qfSin(angle_) * sigmas_.second);
-    return elementsWithin(centreFrequency_ * qfCos(angle_), reach, size_.first);
+        std::sqrt(2.0 * kGaborMostExponent) * std::hypot(lobe_.cosine * sigmas_.first, lobe_.sine * sigmas_.second);
+    return elementsWithin(centreFrequency_ * lobe_.cosine, reach, size_.first);
 }
 
 qv_ElementRange qvFrequencyFilterGabor::liveRows() const {
     const double reach =
-        std::sqrt(2.0 * kGaborMostExponent) * std::hypot(qfSin(angle_) * sigmas_.first, qfCos(angle_) * sigmas_.second);
-    return elementsWithin(centreFrequency_ * qfSin(angle_), reach, size_.second);
+        std::sqrt(2.0 * kGaborMostExponent) * std::hypot(lobe_.sine * sigmas_.first, lobe_.cosine * sigmas_.second);
+    return elementsWithin(centreFrequency_ * lobe_.sine, reach, size_.second);
 }
 
 void qvFrequencyFilterGabor::apply(const qvFrequencyBuffer& source, qvFrequencyBuffer& destination) const {
@@ -67,17 +121,17 @@ void qvFrequencyFilterGabor::apply(const qvFrequencyBuffer& source, qvFrequencyB
     const long height = source.height();
     if (width == 0 || size_ != qvPair<long>(width, height)) throw qvPel::SizeMismatch();
     if (&source != &destination) destination.resize(width, height);
-    QV_CHOSEN_KERNELS(gaborKernels)
-        .filter(source.realRow(0), source.imaginaryRow(0), source.rowUpdate(), frequenciesU_.data(),
-                frequenciesV_.data(), width, height, lobe(), destination.realRow(0), destination.imaginaryRow(0),
-                destination.rowUpdate());
+    applyTo(source, 0, 0, width, height, destination.realRow(0), destination.imaginaryRow(0), destination.rowUpdate());
 }
 
 void qvFrequencyFilterGabor::applyTo(const qvFrequencyBuffer& source, long column, long row, long columns, long rows,
                                      double* real, double* imaginary, long rowUpdate) const {
     if (source.width() == 0 || size_ != qvPair<long>(source.width(), source.height())) throw qvPel::SizeMismatch();
+    qv_GaborSteps steps = steps_;
+    steps.columns = twisted_ ? columnSteps_.data() + column : nullptr;
+    steps.rows = rowSteps_.data();
     QV_CHOSEN_KERNELS(gaborKernels)
         .filter(source.realRow(row) + column, source.imaginaryRow(row) + column, source.rowUpdate(),
-                frequenciesU_.data() + column, frequenciesV_.data() + row, columns, rows, lobe(), real, imaginary,
-                rowUpdate);
+                frequenciesU_.data() + column, frequenciesV_.data(), columns, row, rows, size_.second, lobe_,
+                stepped_ ? &steps : nullptr, real, imaginary, rowUpdate);
 }

@@ -45,7 +45,7 @@ class qvFrequencyFilterGabor {
              double centreFrequency, const qvPair<long>& size, long count);
 
     /// Turns the filter to an angle, counted from +x towards +y; replaces the one before.
-    void angle(qvRadian filterAngle) { angle_ = filterAngle; }
+    void angle(qvRadian filterAngle);
     qvRadian angle() const { return angle_; }
 
     /// Multiplies each element by the gain. `destination` gets the size of `source`, keeps its memory where that is
@@ -63,8 +63,8 @@ class qvFrequencyFilterGabor {
                  double* imaginary, long rowUpdate) const;
 
  private:
-    qv_GaborLobe lobe() const;
-
+    /// What follows from sigmas, angle, centre and size.
+    void update();
     qvPair<double> sigmas_;
     qvRadian angle_;
     double centreFrequency_ = 0.0;
@@ -72,6 +72,13 @@ class qvFrequencyFilterGabor {
     /// Of the elements along each axis, cycles per pel.
     std::vector<double> frequenciesU_;
     std::vector<double> frequenciesV_;
+    qv_GaborLobe lobe_{};
+    /// Whether the gains are made in blocks of rows, and what of (see qv_GaborSteps).
+    bool stepped_ = false;
+    bool twisted_ = false;
+    std::vector<double> columnSteps_;
+    std::vector<double> rowSteps_;
+    qv_GaborSteps steps_{};
 };
 
 #endif

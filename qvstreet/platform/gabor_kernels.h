@@ -21,19 +21,49 @@ struct qv_GaborLobe {
     double weightAcross;
 };
 
+/// Rows that stand in steps of one frequency: as many as the transforms take at a time.
+constexpr long kGaborBlock = 8;
+/// The row of a block whose gains are exponentials; those of the others are products with them.
+constexpr long kGaborAnchor = 4;
+
+/// What the gains in a block of rows are made of. For row m, counted from the anchor, and rows h apart:
+///
+///     exponent(u, v + m h) = exponent(u, v) + m slope(u, v) + m^2 curvature
+///
+/// where the slope is a sum of a part that goes with u and one that goes with v.
+struct qv_GaborSteps {
+    /// exp(-slope), the part of each column; null where the slope does not go with u.
+    const double* columns;
+    /// exp(-(m slope + m^2 curvature)), with the part of the slope that goes with v, for each row of the whole blocks;
+    /// `filter` takes those of all rows.
+    const double* rows;
+    /// Up to this exponent of an anchor all rows of its block have gains, above the other none has.
+    double surelyInside;
+    double surelyOutside;
+};
+
 struct qv_GaborKernels {
-    /// Filters `rows` by `columns` elements whose frequencies are u[x] and v[y]:
+    /// Filters `columns` by `rows` elements whose frequencies are u[x] and v[firstRow + y]:
     ///
     ///     along = u cosine + v sine - centre,   across = v cosine - u sine
     ///     exponent = along^2 weightAlong + across^2 weightAcross
     ///     gain = exponent <= kGaborMostExponent ? exp(-exponent) : 0,   and 0 where u and v are 0
     ///     out = in * gain, of both parts
     ///
-    /// `out` may be `in`. The exponential is a polynomial of the kernel's own, within two units in the last place: that of
-    /// a mathematical library is not the same on every machine.
+    /// `v` and `allRows` are those of the whole spectrum, `out` may be `in`. The exponential is a polynomial of the
+    /// kernel's own, within two units in the last place: that of a mathematical library is not the same on every machine.
+    ///
+    /// With `steps` (null for none; its columns begin with the rectangle) only one row in each block of kGaborBlock rows
+    /// takes exponentials, and the gains are as near to the truth as the rounding of exponents lets all of them be: up to
+    /// 2.5e-14 at the largest exponent. Blocks begin at multiples of kGaborBlock of all rows, so that an element gets the
+    /// same gain in any rectangle; a block that is cut off by the end, or in which the frequencies leap from positive to
+    /// negative, is done without steps.
     void (*filter)(const double* real, const double* imaginary, std::ptrdiff_t rowUpdate, const double* u,
-                   const double* v, long columns, long rows, const qv_GaborLobe& lobe, double* outReal,
-                   double* outImaginary, std::ptrdiff_t outRowUpdate);
+                   const double* v, long columns, long firstRow, long rows, long allRows, const qv_GaborLobe& lobe,
+                   const qv_GaborSteps* steps, double* outReal, double* outImaginary, std::ptrdiff_t outRowUpdate);
+
+    /// out[i] = exp(-x[i]) for x from -kGaborMostExponent to kGaborMostExponent; `out` may be `x`.
+    void (*exponentials)(const double* x, long count, double* out);
 };
 
 QV_DECLARE_KERNELS(qv_GaborKernels, gaborKernels)

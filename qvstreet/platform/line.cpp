@@ -77,14 +77,6 @@ qvVector<2> qvLine::intersect(const qvLine& other) const {
     return position_ + direction_ * along;
 }
 
-qvVector<2> qvLine::proj(const qvVector<2>& point) const {
-    return position_ + direction_ * (direction_ * (point - position_));
-}
-
-double qvLine::distToPoint(const qvVector<2>& point) const {
-    return direction_.y() * (point.x() - position_.x()) - direction_.x() * (point.y() - position_.y());
-}
-
 qvLSLineFitter::qvLSLineFitter(const std::vector<qvVector<2>>& points) : points_(points) {}
 
 void qvLSLineFitter::update(const qvVector<2>& point) { points_.push_back(point); }

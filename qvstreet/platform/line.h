@@ -132,10 +132,14 @@ class QV_EXPORT qvLine {
     /// NaN) the point midway between the two positions.
     qvVector<2> intersect(const qvLine& other) const;
     /// The point of the line nearest to `point`.
-    qvVector<2> proj(const qvVector<2>& point) const;
+    qvVector<2> proj(const qvVector<2>& point) const {
+        return position_ + direction_ * (direction_ * (point - position_));
+    }
     /// Signed distance of a point, with the sign of `qvFLine::distanceFrom`: positive to the left of the running
     /// direction as seen in an image with y down. A line that runs the other way gives the opposite sign.
-    double distToPoint(const qvVector<2>& point) const;
+    double distToPoint(const qvVector<2>& point) const {
+        return direction_.y() * (point.x() - position_.x()) - direction_.x() * (point.y() - position_.y());
+    }
 
  private:
     friend class qvPoint;

@@ -110,8 +110,7 @@ class qvMatrix {
         for (int column = firstColumn; column < N; ++column) elements_[row][column] /= divisor;
     }
     void subtractRow(int row, int from, double factor, int firstColumn) {
-        for (int column = firstColumn; column < N; ++column)
-            elements_[row][column] -= factor * elements_[from][column];
+        for (int column = firstColumn; column < N; ++column) elements_[row][column] -= factor * elements_[from][column];
     }
 
     double elements_[N][N] = {};

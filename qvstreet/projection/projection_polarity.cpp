@@ -18,7 +18,6 @@
 #include <array>
 #include <cmath>
 
-#include "qvstreet/platform/stable_sort.h"
 #include "qvstreet/projection/projection_records.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
 
@@ -30,6 +29,16 @@ constexpr std::size_t kListReserve = 15;
 
 double profilePosition(const qvXform<2>& profileFromClient, const qvVector<2>& point) {
     return (profileFromClient * point).x();
+}
+
+/// Ascending, NaN last.
+void sortFour(std::array<double, 4>& values) {
+    for (std::size_t i = 1; i < values.size(); ++i) {
+        const double value = values[i];
+        std::size_t place = i;
+        for (; place > 0 && qf_ascending(value, values[place - 1]); --place) values[place] = values[place - 1];
+        values[place] = value;
+    }
 }
 
 /// The range cut to whole bins inside the profile.
@@ -103,7 +112,7 @@ void pairProfileRanges(const qvLineSeg& segment0, const qvLineSeg& segment1, con
     std::array<double, 4> e = {
         profilePosition(profileFromClient, segment0.p1()), profilePosition(profileFromClient, segment0.p2()),
         profilePosition(profileFromClient, segment1.p1()), profilePosition(profileFromClient, segment1.p2())};
-    qf_stableSort(e.begin(), e.end(), qf_ascending);
+    sortFour(e);
     const double gap = std::fabs(e[1] - e[2]);
     const double m = centreMargin * gap;
     const double s = sideMargin * gap;

@@ -9,7 +9,7 @@
 #include "qvstreet/streetfinder/street_results.h"
 
 /// Writable references to the fields of a result, each named after its field: `qv_streetResultAccess::score(result) =
-/// 0.5`. A reference is good for as long as the result. Positions and angles are in the client frame.
+/// 0.5`; of a crossing that is constant, what the result's own functions of that name tell. A reference is good for as long as the result. Positions and angles are in the client frame.
 struct qv_streetResultAccess {
     using Cross = qvStreetFinderStreetCrossResult;
     using Single = qvStreetFinderSingleStreetResult;
@@ -33,6 +33,13 @@ struct qv_streetResultAccess {
         result = Cross();
         result.lineSegs_ = std::move(segments);
     }
+
+    static double score(const Cross& result) { return result.score_; }
+    static const qvVector<2>& ulCorner(const Cross& result) { return result.ulCorner_; }
+    static const qvVector<2>& urCorner(const Cross& result) { return result.urCorner_; }
+    static const qvVector<2>& llCorner(const Cross& result) { return result.llCorner_; }
+    static const qvVector<2>& lrCorner(const Cross& result) { return result.lrCorner_; }
+    static const std::vector<qvLineSeg>& lineSegs(const Cross& result) { return result.lineSegs_; }
 
     static void setCorners(Cross& result, const qvVector<2>& point) {
         result.ulCorner_ = result.urCorner_ = result.llCorner_ = result.lrCorner_ = point;

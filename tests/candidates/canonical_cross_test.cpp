@@ -56,6 +56,30 @@ TEST(CanonicalCross, AccumulateFitAddsOnePointToBothSides) {
     EXPECT_EQ(rightSide[2], 1.0);
 }
 
+TEST(CanonicalCross, FitHasTheBitsOfTwoInversesTimesTheirRightSides) {
+    const std::vector<qv_ridgeLine> lines = flatLines(unevenCross());
+    const qv_stCand candidate = unevenCandidate();
+    const qvVector<2> origin = lineAt(lines, candidate.lines[0]).p1;
+    const qvMatrix<3> zero(0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0);
+    qvMatrix<3> normal[2] = {zero, zero};
+    qvVector<3> rightSide[2];
+    for (std::size_t i = 0; i < 8; ++i)
+        for (const qvVector<2>& end : {lineAt(lines, candidate.lines[i]).p1, lineAt(lines, candidate.lines[i]).p2})
+            accumulateFit(normal[i / 4], rightSide[i / 4], end - origin, qvCanonicalCross[i].target);
+    const qvVector<3> u = normal[0].inverse() * rightSide[0];
+    const qvVector<3> v = normal[1].inverse() * rightSide[1];
+    const qvXform<2> clientFromCanonical =
+        qvXform<2>(qvMatrix<2>(u[0], u[1], v[0], v[1]), qvVector<2>(u[2], v[2])).inverse();
+
+    const CrossResult result = fitted(lines, candidate);
+    EXPECT_EQ(result.crossing(), clientFromCanonical.trans() + origin);
+    const qvXform<2> moved(clientFromCanonical.matrix(), clientFromCanonical.trans() + origin);
+    EXPECT_EQ(result.ulCorner(), moved * qvVector<2>(-1.0, 1.0));
+    EXPECT_EQ(result.lrCorner(), moved * qvVector<2>(1.0, -1.0));
+    EXPECT_EQ(result.horizontalAngle(), moved.mapAngle(qvDegree(0.0)));
+    EXPECT_EQ(result.verticalAngle(), moved.mapAngle(qvDegree(90.0)));
+}
+
 TEST(CanonicalCross, FitReadsCrossingAndCornersOfAnUprightCross) {
     const CrossResult result = fitted(flatLines(unevenCross()), unevenCandidate());
     expectNear(result.crossing(), 115.0, 210.0);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -26,7 +27,8 @@ Doubles gainsOf(const Doubles& u, double v, const qv_GaborLobe& lobe) {
     Doubles imaginary(u.size());
     const long count = static_cast<long>(u.size());
     QV_CHOSEN_KERNELS(gaborKernels)
-        .filter(ones.data(), ones.data(), count, u.data(), &v, count, 1, lobe, real.data(), imaginary.data(), count);
+        .filter(ones.data(), ones.data(), count, u.data(), &v, count, 0, 1, 1, lobe, nullptr, real.data(),
+                imaginary.data(), count);
     EXPECT_EQ(real, imaginary);
     return real;
 }
@@ -54,6 +56,50 @@ qvFrequencyFilterGabor randomFilter(std::mt19937& random, long width, long heigh
     filter.set({first, second}, {0.0, 0.0}, qvRadian(0.0), centre(random), {width, height}, 1);
     filter.angle(qvDegree(degrees(random)));
     return filter;
+}
+
+/// The exponent in the order of the definition.
+double exponentOf(const qv_GaborLobe& lobe, double u, double v) {
+    const double along = u * lobe.cosine + v * lobe.sine - lobe.centre;
+    const double across = v * lobe.cosine - u * lobe.sine;
+    return along * along * lobe.weightAlong + across * across * lobe.weightAcross;
+}
+
+double frequencyOf(long element, long size) {
+    const long signedElement = 2 * element < size ? element : element - size;
+    return static_cast<double>(signedElement) / static_cast<double>(size);
+}
+
+struct Sigmas {
+    double along;
+    double across;
+};
+
+/// Holds every gain of a filter against the definition; `largestError` gets the largest relative error.
+void expectGainsOfDefinition(const Sigmas& sigmas, double radians, double centre, long width, long height,
+                             double& largestError) {
+    qvFrequencyFilterGabor filter;
+    filter.set({sigmas.along, sigmas.across}, {0.0, 0.0}, qvRadian(0.0), centre, {width, height}, 1);
+    filter.angle(qvRadian(radians));
+    const qv_GaborLobe lobe{qfCos(qvRadian(radians)), qfSin(qvRadian(radians)), centre,
+                            1.0 / (2.0 * sigmas.along * sigmas.along), 1.0 / (2.0 * sigmas.across * sigmas.across)};
+    qvFrequencyBuffer spectrum(width, height);
+    for (long y = 0; y < height; ++y)
+        for (long x = 0; x < width; ++x) spectrum.put(x, y, {1.0, 1.0}, false);
+    filter.apply(spectrum, spectrum);
+    for (long y = 0; y < height; ++y)
+        for (long x = 0; x < width; ++x) {
+            const double exponent = exponentOf(lobe, frequencyOf(x, width), frequencyOf(y, height));
+            const double gain = spectrum.realRow(y)[x];
+            ASSERT_EQ(gain, spectrum.imaginaryRow(y)[x]);
+            if (!(exponent <= kGaborMostExponent) || (x == 0 && y == 0)) {
+                ASSERT_EQ(0.0, gain) << x << " " << y;
+                continue;
+            }
+            largestError = std::max(largestError, std::fabs(gain / std::exp(-exponent) - 1.0));
+            // An exponent is itself no nearer to the truth than some units in its last place.
+            ASSERT_NEAR(gain / std::exp(-exponent), 1.0, 4e-15 + 1e-15 * exponent) << x << " " << y;
+        }
 }
 
 bool isIn(const qv_ElementRange& range, long element, long size) {
@@ -137,6 +183,110 @@ TEST(GaborKernels, EveryVersionGivesTheSameBitsOfAnyRectangle) {
             EXPECT_TRUE(sameBits(plain, real));
         });
     }
+}
+
+TEST(GaborKernels, RowsOfAWholeBlockAreTheAnchorTimesTheirFactors) {
+    // Rows 0 to 7 are a block, in which the frequencies rise, and row 8 and 9 are the rest of another.
+    const Doubles v{0.1, 0.15, 0.2, 0.25, 0.3, 0.35, 0.4, 0.45, -0.5, -0.45};
+    const Doubles factors{3.0, 5.0, 7.0, 9.0, 1.0, 11.0, 13.0, 17.0};
+    const Doubles u{0.0, 0.25, 0.5};
+    const Doubles columnSteps{1.0, 2.0, 4.0};
+    const Doubles ones(30, 1.0);
+    // Nothing surely inside or outside.
+    qv_GaborSteps steps{nullptr, factors.data(), -1.0, 1e9};
+    qvtest::onEveryInstructionSet([&](const std::string& set) {
+        SCOPED_TRACE(set);
+        for (const bool twisted : {false, true})
+            for (const long first : {0L, 3L, 6L}) {
+                steps.columns = twisted ? columnSteps.data() : nullptr;
+                Doubles real(30), imaginary(30);
+                QV_CHOSEN_KERNELS(gaborKernels)
+                    .filter(ones.data(), ones.data(), 3, u.data(), v.data(), 3, first, 10 - first, 10, kPlainLobe,
+                            &steps, real.data(), imaginary.data(), 3);
+                for (long y = first; y < 10; ++y)
+                    for (long x = 0; x < 3; ++x) {
+                        const auto column = static_cast<std::size_t>(x);
+                        const auto row = static_cast<std::size_t>(y);
+                        double expected = std::exp(-(u[column] * u[column] + v[row] * v[row]));
+                        if (y < 8)
+                            expected = std::exp(-(u[column] * u[column] + 0.09)) * factors[row] *
+                                       (twisted ? std::pow(columnSteps[column], static_cast<double>(y - 4)) : 1.0);
+                        const double gain = real[static_cast<std::size_t>((y - first) * 3 + x)];
+                        ASSERT_NEAR(gain / expected, 1.0, 1e-14) << x << " " << y << " " << twisted;
+                    }
+            }
+    });
+}
+
+TEST(GaborKernels, BlocksInWhichTheFrequenciesLeapDoWithoutSteps) {
+    const Doubles v{0.3, 0.35, 0.4, 0.45, -0.5, -0.45, -0.4, -0.35};
+    const Doubles factors(8, 2.0);
+    const Doubles ones(8, 1.0);
+    const qv_GaborSteps steps{nullptr, factors.data(), 20.0, 21.0};
+    const double u = 0.5;
+    qvtest::onEveryInstructionSet([&](const std::string& set) {
+        SCOPED_TRACE(set);
+        Doubles real(8), imaginary(8);
+        QV_CHOSEN_KERNELS(gaborKernels)
+            .filter(ones.data(), ones.data(), 1, &u, v.data(), 1, 0, 8, 8, kPlainLobe, &steps, real.data(),
+                    imaginary.data(), 1);
+        for (std::size_t y = 0; y < 8; ++y) EXPECT_NEAR(real[y] / std::exp(-0.25 - v[y] * v[y]), 1.0, 1e-15) << y;
+    });
+}
+
+TEST(GaborKernels, ExponentialsOfBothSigns) {
+    Doubles x;
+    for (int i = -2072; i <= 2072; ++i) x.push_back(static_cast<double>(i) * 0.01);
+    Doubles plain;
+    qvtest::onEveryInstructionSet([&](const std::string& set) {
+        SCOPED_TRACE(set);
+        Doubles out(x.size());
+        QV_CHOSEN_KERNELS(gaborKernels).exponentials(x.data(), static_cast<long>(x.size()), out.data());
+        for (std::size_t i = 0; i < x.size(); ++i) ASSERT_NEAR(out[i] / std::exp(-x[i]), 1.0, 4.5e-16) << x[i];
+        if (plain.empty()) plain = out;
+        EXPECT_TRUE(sameBits(plain, out));
+    });
+}
+
+TEST(GaborFilter, GainsAreThoseOfTheDefinitionToTheRoundingOfExponents) {
+    qvtest::onEveryInstructionSet([](const std::string& set) {
+        SCOPED_TRACE(set);
+        std::mt19937 random(31u);
+        std::uniform_real_distribution<double> sigma(0.03, 0.2);
+        std::uniform_real_distribution<double> radians(-3.2, 3.2);
+        std::uniform_real_distribution<double> centre(-0.3, 0.6);
+        double largestError = 0.0;
+        for (const long height : {256L, 128L, 60L, 16L, 8L, 7L})
+            for (int round = 0; round < 10; ++round) {
+                const double along = sigma(random);
+                const double across = round % 2 == 0 ? along : sigma(random);
+                const double turn = radians(random);
+                const double middle = centre(random);
+                SCOPED_TRACE(testing::Message()
+                             << height << " " << along << " " << across << " " << turn << " " << middle);
+                expectGainsOfDefinition({along, across}, turn, middle, 20 + round, height, largestError);
+            }
+        // Products come a little less close than exponentials: some gains have been made of them.
+        EXPECT_GT(largestError, 5e-16);
+    });
+}
+
+TEST(GaborFilter, StrangeSigmasAndCentresGiveTheGainsOfTheDefinition) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    const Sigmas strange[] = {{infinity, infinity}, {infinity, 0.1}, {0.1, infinity}, {none, 0.1},  {0.1, none},
+                              {1e-200, 0.1},        {0.1, 1e-5},     {1e200, 0.01},   {1e-4, 1e-4}, {-0.1, 0.1}};
+    qvtest::onEveryInstructionSet([&](const std::string& set) {
+        SCOPED_TRACE(set);
+        double largestError = 0.0;
+        for (const Sigmas& sigmas : strange)
+            for (const double centre : {0.0, 0.25, 1e3, 1e200, infinity, none})
+                for (const double radians : {0.0, 0.02, 1.5, none}) {
+                    SCOPED_TRACE(testing::Message()
+                                 << sigmas.along << " " << sigmas.across << " " << centre << " " << radians);
+                    expectGainsOfDefinition(sigmas, radians, centre, 21, 32, largestError);
+                }
+    });
 }
 
 TEST(GaborFilter, OutsideTheLiveColumnsAndRowsAllGainsAreZero) {
