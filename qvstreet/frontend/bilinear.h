@@ -4,30 +4,43 @@
 #define QVSTREET_FRONTEND_BILINEAR_H
 
 #include <cmath>
+#include <cstdint>
 
 #include "qvstreet/platform/geometry.h"
+
+/// A coordinate as the whole number below it and what is left.
+struct qv_bilinearCell {
+    long index;
+    float rest;
+};
+
+inline qv_bilinearCell qf_bilinearCell(float coordinate) {
+    // Where 32 bits hold it, the conversion and one comparison give the same without a call.
+    constexpr float kMostDirect = 2.0e9f;
+    if (coordinate > -kMostDirect && coordinate < kMostDirect) {
+        const auto cut = static_cast<std::int32_t>(coordinate);
+        const std::int32_t below = static_cast<float>(cut) > coordinate ? cut - 1 : cut;
+        return {below, coordinate - static_cast<float>(below)};
+    }
+    const float below = std::floor(coordinate);
+    return {qfTruncate(static_cast<double>(below)), coordinate - below};
+}
 
 /// The value at `point`, pel (i, j) having its centre at (i + 0.5, j + 0.5). `pel(column, row)` answers for every whole
 /// coordinate, those beyond the border included.
 template <typename PelAt>
 double qf_bilinearSingle(const qvVector<2>& point, PelAt pel) {
-    const float x = static_cast<float>(point.x()) - 0.5f;
-    const float y = static_cast<float>(point.y()) - 0.5f;
-    const float left = std::floor(x);
-    const float top = std::floor(y);
-    const float fx = x - left;
-    const float fy = y - top;
-    const long ix = qfTruncate(static_cast<double>(left));
-    const long iy = qfTruncate(static_cast<double>(top));
+    const qv_bilinearCell column = qf_bilinearCell(static_cast<float>(point.x()) - 0.5f);
+    const qv_bilinearCell row = qf_bilinearCell(static_cast<float>(point.y()) - 0.5f);
 
-    const auto rowValue = [&](long row) {
-        const float a = static_cast<float>(pel(ix, row));
-        const float b = static_cast<float>(pel(ix + 1, row));
-        return a + fx * (b - a);
+    const auto rowValue = [&](long y) {
+        const float a = static_cast<float>(pel(column.index, y));
+        const float b = static_cast<float>(pel(column.index + 1, y));
+        return a + column.rest * (b - a);
     };
-    const float upper = rowValue(iy);
-    const float lower = rowValue(iy + 1);
-    return static_cast<double>(upper + fy * (lower - upper));
+    const float upper = rowValue(row.index);
+    const float lower = rowValue(row.index + 1);
+    return static_cast<double>(upper + row.rest * (lower - upper));
 }
 
 #endif

@@ -302,16 +302,11 @@ void fitLines(std::vector<qv_ridgeLine>& lines, std::vector<long>& counts, const
 /// The value at a point of the imaginary part of a response, as `bilinearDouble` has it.
 double imaginaryAt(const qv_FilteredResponse& response, const qvVector<2>& point) {
     const qv_ResponsePlane<float>& plane = response.imaginaries;
-    const long lastColumn = plane.width - 1;
-    const long lastRow = plane.height - 1;
-    return response.transposed ? qf_bilinearSingle(point,
-                                                   [&](long column, long row) {
-                                                       return plane.row(std::clamp(
-                                                           column, 0L, lastRow))[std::clamp(row, 0L, lastColumn)];
-                                                   })
-                               : qf_bilinearSingle(point, [&](long column, long row) {
-                                     return plane.row(std::clamp(row, 0L, lastRow))[std::clamp(column, 0L, lastColumn)];
-                                 });
+    const auto pelAt = [&](long column, long row) {
+        return plane.row(std::clamp(row, 0L, plane.height - 1))[std::clamp(column, 0L, plane.width - 1)];
+    };
+    return response.transposed ? qf_bilinearSingle(point, [&](long column, long row) { return pelAt(row, column); })
+                               : qf_bilinearSingle(point, pelAt);
 }
 
 }  // namespace
