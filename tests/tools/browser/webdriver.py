@@ -25,6 +25,10 @@ ARGUMENTS = [
     "--disable-background-networking",
     "--disable-component-update",
     "--disable-sync",
+    # A pipe to the driver instead of a port: works where nothing resolves "localhost".
+    "--remote-debugging-pipe",
+    # Containers often have next to no shared memory.
+    "--disable-dev-shm-usage",
     "--window-size=1400,1000",
 ]
 
