@@ -51,7 +51,7 @@ echo "Building ..."
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 if ! { cmake -S "$root" -B "$root/build/demo" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQVSTREET_BUILD_TESTS=OFF &&
-       cmake --build "$root/build/demo"; } >"$log" 2>&1; then
+       cmake --build "$root/build/demo" --target qvstreet_tool; } >"$log" 2>&1; then
     cat "$log" >&2
     echo "The build failed." >&2
     exit 1

@@ -39,40 +39,43 @@ struct Inputs {
     const double* imaginary[4];
 };
 
+/// What both butterflies of four rows begin with: sums and differences of the rows two apart, the odd difference already
+/// times -i.
+struct HalfButterfly {
+    Vector evenSumR, evenSumI, evenDifR, evenDifI;
+    Vector oddSumR, oddSumI, oddDifR, oddDifI;
+};
+
+inline HalfButterfly halfButterfly(const Inputs& in, long lane) {
+    const Vector r0 = load(in.real[0] + lane);
+    const Vector r1 = load(in.real[1] + lane);
+    const Vector r2 = load(in.real[2] + lane);
+    const Vector r3 = load(in.real[3] + lane);
+    const Vector i0 = load(in.imaginary[0] + lane);
+    const Vector i1 = load(in.imaginary[1] + lane);
+    const Vector i2 = load(in.imaginary[2] + lane);
+    const Vector i3 = load(in.imaginary[3] + lane);
+    return {r0 + r2, i0 + i2, r0 - r2, i0 - i2, r1 + r3, i1 + i3, i1 - i3, r3 - r1};
+}
+
 /// One butterfly of four rows; the results go to rows `distance` apart, turned by three pairs of factors.
 inline void butterfly4(const Inputs& in, double* real, double* imaginary, long distance, const double* turns) {
     for (long lane = 0; lane < kLanes; lane += kVector) {
-        const Vector r0 = load(in.real[0] + lane);
-        const Vector r1 = load(in.real[1] + lane);
-        const Vector r2 = load(in.real[2] + lane);
-        const Vector r3 = load(in.real[3] + lane);
-        const Vector i0 = load(in.imaginary[0] + lane);
-        const Vector i1 = load(in.imaginary[1] + lane);
-        const Vector i2 = load(in.imaginary[2] + lane);
-        const Vector i3 = load(in.imaginary[3] + lane);
-        const Vector evenSumR = r0 + r2;
-        const Vector evenSumI = i0 + i2;
-        const Vector evenDifR = r0 - r2;
-        const Vector evenDifI = i0 - i2;
-        const Vector oddSumR = r1 + r3;
-        const Vector oddSumI = i1 + i3;
-        // The odd difference times -i.
-        const Vector oddDifR = i1 - i3;
-        const Vector oddDifI = r3 - r1;
+        const HalfButterfly half = halfButterfly(in, lane);
         double* const r = real + lane;
         double* const i = imaginary + lane;
-        store(r, evenSumR + oddSumR);
-        store(i, evenSumI + oddSumI);
-        const Vector b1R = evenDifR + oddDifR;
-        const Vector b1I = evenDifI + oddDifI;
+        store(r, half.evenSumR + half.oddSumR);
+        store(i, half.evenSumI + half.oddSumI);
+        const Vector b1R = half.evenDifR + half.oddDifR;
+        const Vector b1I = half.evenDifI + half.oddDifI;
         store(r + distance, b1R * turns[0] - b1I * turns[1]);
         store(i + distance, b1R * turns[1] + b1I * turns[0]);
-        const Vector b2R = evenSumR - oddSumR;
-        const Vector b2I = evenSumI - oddSumI;
+        const Vector b2R = half.evenSumR - half.oddSumR;
+        const Vector b2I = half.evenSumI - half.oddSumI;
         store(r + 2 * distance, b2R * turns[2] - b2I * turns[3]);
         store(i + 2 * distance, b2R * turns[3] + b2I * turns[2]);
-        const Vector b3R = evenDifR - oddDifR;
-        const Vector b3I = evenDifI - oddDifI;
+        const Vector b3R = half.evenDifR - half.oddDifR;
+        const Vector b3I = half.evenDifI - half.oddDifI;
         store(r + 3 * distance, b3R * turns[4] - b3I * turns[5]);
         store(i + 3 * distance, b3R * turns[5] + b3I * turns[4]);
     }
@@ -81,32 +84,17 @@ inline void butterfly4(const Inputs& in, double* real, double* imaginary, long d
 /// The same where all three factors are 1.
 inline void butterfly4Unturned(const Inputs& in, double* real, double* imaginary, long distance) {
     for (long lane = 0; lane < kLanes; lane += kVector) {
-        const Vector r0 = load(in.real[0] + lane);
-        const Vector r1 = load(in.real[1] + lane);
-        const Vector r2 = load(in.real[2] + lane);
-        const Vector r3 = load(in.real[3] + lane);
-        const Vector i0 = load(in.imaginary[0] + lane);
-        const Vector i1 = load(in.imaginary[1] + lane);
-        const Vector i2 = load(in.imaginary[2] + lane);
-        const Vector i3 = load(in.imaginary[3] + lane);
-        const Vector evenSumR = r0 + r2;
-        const Vector evenSumI = i0 + i2;
-        const Vector evenDifR = r0 - r2;
-        const Vector evenDifI = i0 - i2;
-        const Vector oddSumR = r1 + r3;
-        const Vector oddSumI = i1 + i3;
-        const Vector oddDifR = i1 - i3;
-        const Vector oddDifI = r3 - r1;
+        const HalfButterfly half = halfButterfly(in, lane);
         double* const r = real + lane;
         double* const i = imaginary + lane;
-        store(r, evenSumR + oddSumR);
-        store(i, evenSumI + oddSumI);
-        store(r + distance, evenDifR + oddDifR);
-        store(i + distance, evenDifI + oddDifI);
-        store(r + 2 * distance, evenSumR - oddSumR);
-        store(i + 2 * distance, evenSumI - oddSumI);
-        store(r + 3 * distance, evenDifR - oddDifR);
-        store(i + 3 * distance, evenDifI - oddDifI);
+        store(r, half.evenSumR + half.oddSumR);
+        store(i, half.evenSumI + half.oddSumI);
+        store(r + distance, half.evenDifR + half.oddDifR);
+        store(i + distance, half.evenDifI + half.oddDifI);
+        store(r + 2 * distance, half.evenSumR - half.oddSumR);
+        store(i + 2 * distance, half.evenSumI - half.oddSumI);
+        store(r + 3 * distance, half.evenDifR - half.oddDifR);
+        store(i + 3 * distance, half.evenDifI - half.oddDifI);
     }
 }
 

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -13,6 +12,7 @@
 #include "qvstreet/blankregion/blank_region_finder.h"
 #include "qvstreet/platform/pel_ops.h"
 #include "qvstreet/platform/text.h"
+#include "tests/blankregion/toned_strip.h"
 #include "tests/support/noise_image.h"
 
 // A street 12 pels wide and a least length of 15 give an analysis window of 15 by 9 and a least area of 180 pels. A blank
@@ -20,6 +20,8 @@
 
 namespace {
 
+using qvtest::Stretch;
+using qvtest::tonedStrip;
 using Params = qvStreetBlankRegionFinderParams;
 using Defs = qvStreetBlankRegionFinderDefs;
 using ResultSet = qvStreetBlankRegionFinderResultSet;
@@ -27,24 +29,6 @@ using Image = qvPelBuffer<unsigned char>;
 using Lines = std::vector<std::wstring>;
 
 constexpr std::uint32_t kEverything = 0x70000;
-
-struct Stretch {
-    long begin;
-    long end;
-    unsigned char level = 100;
-};
-
-/// Four tones column by column, at least 40 away from 100 and 140, and the blank stretches.
-Image strip(long width, long height, const std::vector<Stretch>& stretches) {
-    constexpr std::array<unsigned char, 4> tones = {20, 180, 60, 220};
-    Image image(width, height, 32);
-    for (long y = 0; y < height; ++y) {
-        for (long x = 0; x < width; ++x) image.put(x, y, tones[static_cast<std::size_t>(x % 4)]);
-        for (const Stretch& stretch : stretches)
-            for (long x = stretch.begin; x < stretch.end; ++x) image.put(x, y, stretch.level);
-    }
-    return image;
-}
 
 /// Weights of 1 but for one grey level.
 Params paramsOf(long numResults = 10, std::size_t level = 0, double weight = 1.0,
@@ -107,7 +91,7 @@ void expectShows(const qvDiagRecord& record, const qvPelBuffer_const<unsigned ch
 TEST(BlankRegionDiagnostics, RunWithResultsRecordsEveryPassAndTheResultsBestFirst) {
     // The longer stretch is found first, but its grey level counts a quarter. Sizes: 89 by 20 and 49 by 20, so that the
     // scores are (1 - 0.9 * 180 / 1780) / 4 and 1 - 0.9 * 180 / 980.
-    const qvDiagObject records = recordsOf(strip(300, 20, {{20, 70}, {80, 170, 140}}), paramsOf(10, 140, 0.25));
+    const qvDiagObject records = recordsOf(tonedStrip(300, 20, {{20, 70}, {80, 170, 140}}), paramsOf(10, 140, 0.25));
     EXPECT_EQ(linesOf(records), (Lines{L"Input Image", L"Foreground", L"Regional Deviation", L"  text Threshold: 22",
                                        L"Coarse Region", L"  graphics Coarse Region in 1: green 80 0 by 90 20",
                                        L"Result Candidate", L"  graphics Found Region in 1: yellow 81 0 by 89 20",
@@ -123,14 +107,14 @@ TEST(BlankRegionDiagnostics, RunWithResultsRecordsEveryPassAndTheResultsBestFirs
 
 // Structure all along gives 255 everywhere, and a threshold of twice that in 8 bits.
 TEST(BlankRegionDiagnostics, RunWithoutResultsHasOneResultsRecordThatSaysSo) {
-    EXPECT_EQ(linesOf(recordsOf(strip(300, 20, {}))),
+    EXPECT_EQ(linesOf(recordsOf(tonedStrip(300, 20, {}))),
               (Lines{L"Input Image", L"Foreground", L"Regional Deviation", L"  text Threshold: 254", L"Results",
                      L"  text No region found: No region found"}));
 }
 
 TEST(BlankRegionDiagnostics, ScoreOfZeroShowsAsRejected) {
     // 1 - 0.9 * 180 / (69 * 20) is 0.8826.
-    const qvDiagObject records = recordsOf(strip(300, 20, {{20, 70, 140}, {185, 255}}), paramsOf(10, 140, 0.0));
+    const qvDiagObject records = recordsOf(tonedStrip(300, 20, {{20, 70, 140}, {185, 255}}), paramsOf(10, 140, 0.0));
     EXPECT_EQ(linesOf(records), (Lines{L"Input Image", L"Foreground", L"Regional Deviation", L"  text Threshold: 22",
                                        L"Coarse Region", L"  graphics Coarse Region in 1: green 185 0 by 70 20",
                                        L"Result Candidate", L"  graphics Found Region in 1: yellow 186 0 by 69 20",
@@ -144,7 +128,7 @@ TEST(BlankRegionDiagnostics, ScoreOfZeroShowsAsRejected) {
 
 TEST(BlankRegionDiagnostics, NegativeScoreShowsAsFoundThoughTheRunDoesNotReturnIt) {
     // 16 by 9 pels: 1 - 0.9 * 180 / 144.
-    EXPECT_EQ(linesOf(recordsOf(strip(100, 9, {{40, 57}}))),
+    EXPECT_EQ(linesOf(recordsOf(tonedStrip(100, 9, {{40, 57}}))),
               (Lines{L"Input Image", L"Foreground", L"Regional Deviation", L"  text Threshold: 22", L"Coarse Region",
                      L"  graphics Coarse Region in 1: green 40 0 by 17 9", L"Result Candidate",
                      L"  graphics Found Region in 1: yellow 41 0 by 16 9",
@@ -154,7 +138,7 @@ TEST(BlankRegionDiagnostics, NegativeScoreShowsAsFoundThoughTheRunDoesNotReturnI
 
 TEST(BlankRegionDiagnostics, RegionThatComesOutTooShortIsRejectedWithBlanknessZero) {
     // A stretch of 15: the left end moves in and leaves 14.
-    const Lines lines = linesOf(recordsOf(strip(100, 20, {{40, 55}})));
+    const Lines lines = linesOf(recordsOf(tonedStrip(100, 20, {{40, 55}})));
     ASSERT_EQ(lines.size(), 11u);
     EXPECT_EQ(lines[6], L"Result Candidate");
     EXPECT_EQ(lines[7], L"  text Region rejected: Region rejected");
@@ -162,7 +146,7 @@ TEST(BlankRegionDiagnostics, RegionThatComesOutTooShortIsRejectedWithBlanknessZe
 }
 
 TEST(BlankRegionDiagnostics, PassesEndWithTheWantedNumberOfResults) {
-    const Image image = strip(300, 20, {{20, 70}, {80, 170}, {185, 255}});
+    const Image image = tonedStrip(300, 20, {{20, 70}, {80, 170}, {185, 255}});
     EXPECT_EQ(titlesOf(recordsOf(image, paramsOf(1))), (Lines{L"Input Image", L"Foreground", L"Regional Deviation",
                                                               L"Coarse Region", L"Result Candidate", L"Results"}));
     EXPECT_EQ(recordsOf(image, paramsOf(3)).numRecords(), 10);
@@ -178,14 +162,14 @@ TEST(BlankRegionDiagnostics, ThresholdIsTwiceTheLowestDeviationWhereThatIsMore) 
 }
 
 TEST(BlankRegionDiagnostics, InputRecordHasTheImageWithItsOffsetAndClientTransform) {
-    Image image = strip(100, 20, {{40, 80}});
+    Image image = tonedStrip(100, 20, {{40, 80}});
     image.offset(-30, 17);
     image.clientFromImageXform(qv2XformLinear(qvMatrix<2>(0.0, -2.0, 3.0, 0.5), qvVector<2>(7.0, -8.0)));
     expectShows(recordsOf(image).diagRecord(0), image);
 }
 
 TEST(BlankRegionDiagnostics, DerivedImagesAreRecordedInTheirOwnFrames) {
-    Image image = strip(100, 20, {{40, 80}});
+    Image image = tonedStrip(100, 20, {{40, 80}});
     image.offset(-30, 17);
     image.clientFromImageXform(qv2XformLinear(qvMatrix<2>(2.0, 0.0, 0.0, 3.0), qvVector<2>(7.0, -8.0)));
     const qvDiagObject records = recordsOf(image);
@@ -201,7 +185,7 @@ TEST(BlankRegionDiagnostics, DerivedImagesAreRecordedInTheirOwnFrames) {
 }
 
 TEST(BlankRegionDiagnostics, RectanglesOfAnImageWithAnOffsetIncludeIt) {
-    Image image = strip(300, 20, {{80, 170}});
+    Image image = tonedStrip(300, 20, {{80, 170}});
     image.offset(1000, -70);
     const Lines lines = linesOf(recordsOf(image));
     ASSERT_EQ(lines.size(), 12u);
@@ -211,7 +195,7 @@ TEST(BlankRegionDiagnostics, RectanglesOfAnImageWithAnOffsetIncludeIt) {
 }
 
 TEST(BlankRegionDiagnostics, VerticalStreetShowsTheCoarseRegionOnTheTransposedImageAndTheRestOnTheCallers) {
-    Image image = qfPelTranspose(strip(200, 24, {{50, 150}}));
+    Image image = qfPelTranspose(tonedStrip(200, 24, {{50, 150}}));
     image.offset(-400, 30);
     const qvDiagObject records = recordsOf(image, paramsOf(10, 0, 1.0, Defs::eVertical));
     const Lines lines = linesOf(records);
@@ -228,7 +212,7 @@ TEST(BlankRegionDiagnostics, VerticalStreetShowsTheCoarseRegionOnTheTransposedIm
 }
 
 TEST(BlankRegionDiagnostics, ForegroundIsRecordedBeforeTheMaskIsAdded) {
-    const Image image = strip(300, 20, {{80, 170}});
+    const Image image = tonedStrip(300, 20, {{80, 170}});
     Image mask(300, 20, 32);
     qfPelSet(mask, static_cast<unsigned char>(255));
     for (long y = 0; y < 20; ++y)
@@ -244,7 +228,7 @@ TEST(BlankRegionDiagnostics, ForegroundIsRecordedBeforeTheMaskIsAdded) {
 }
 
 TEST(BlankRegionDiagnostics, FlagsOfOneStageRecordThatStageAlone) {
-    const Image image = strip(100, 20, {{40, 80}});
+    const Image image = tonedStrip(100, 20, {{40, 80}});
     EXPECT_EQ(titlesOf(recordsOf(image, paramsOf(), 0x10000)), (Lines{L"Input Image"}));
     EXPECT_EQ(linesOf(recordsOf(image, paramsOf(), 0x20000)),
               (Lines{L"Results", L"  graphics Found Region in 1: green 41 0 by 39 20",
@@ -254,14 +238,14 @@ TEST(BlankRegionDiagnostics, FlagsOfOneStageRecordThatStageAlone) {
 }
 
 TEST(BlankRegionDiagnostics, FlagsOfNoStageRecordNothing) {
-    const Image image = strip(100, 20, {{40, 80}});
+    const Image image = tonedStrip(100, 20, {{40, 80}});
     EXPECT_EQ(recordsOf(image, paramsOf(), 0).numRecords(), 0);
     EXPECT_EQ(recordsOf(image, paramsOf(), 0xFFF8FFFF).numRecords(), 0);
 }
 
 TEST(BlankRegionDiagnostics, NullObjectIsAllowedWithAnyFlags) {
     ResultSet found;
-    qfStreetBlankRegionFinderRun(strip(100, 20, {{40, 80}}), paramsOf(), found, nullptr, 0xFFFFFFFF);
+    qfStreetBlankRegionFinderRun(tonedStrip(100, 20, {{40, 80}}), paramsOf(), found, nullptr, 0xFFFFFFFF);
     EXPECT_EQ(found.numResults(), 1);
 }
 
@@ -270,7 +254,7 @@ TEST(BlankRegionDiagnostics, RunsAppendToWhatTheObjectHas) {
     records.newDiagRecord().recordAnnotation(L"Of the host");
     ResultSet found;
     for (int run = 0; run < 2; ++run)
-        qfStreetBlankRegionFinderRun(strip(300, 20, {}), paramsOf(), found, &records, kEverything);
+        qfStreetBlankRegionFinderRun(tonedStrip(300, 20, {}), paramsOf(), found, &records, kEverything);
     EXPECT_EQ(linesOf(records), (Lines{L"Of the host", L"Input Image", L"Foreground", L"Regional Deviation",
                                        L"  text Threshold: 254", L"Results", L"  text No region found: No region found",
                                        L"Input Image", L"Foreground", L"Regional Deviation", L"  text Threshold: 254",
@@ -278,7 +262,7 @@ TEST(BlankRegionDiagnostics, RunsAppendToWhatTheObjectHas) {
 }
 
 TEST(BlankRegionDiagnostics, RecordsKeepTheImageOfTheRun) {
-    Image image = strip(100, 20, {{40, 80}});
+    Image image = tonedStrip(100, 20, {{40, 80}});
     const Image before = qfPelCopy<unsigned char>(image);
     const qvDiagObject records = recordsOf(image);
     qfPelSet(image, static_cast<unsigned char>(7));
@@ -286,7 +270,7 @@ TEST(BlankRegionDiagnostics, RecordsKeepTheImageOfTheRun) {
 }
 
 TEST(BlankRegionDiagnostics, RefusedRunLeavesTheRecordsThatItHadComeTo) {
-    const Image image = strip(100, 20, {{40, 80}});
+    const Image image = tonedStrip(100, 20, {{40, 80}});
     Image greyMask(100, 20, 32);
     qfPelSet(greyMask, static_cast<unsigned char>(254));
     Image otherMask(99, 20, 32);
@@ -302,7 +286,7 @@ TEST(BlankRegionDiagnostics, RefusedRunLeavesTheRecordsThatItHadComeTo) {
 }
 
 TEST(BlankRegionDiagnostics, ImagesThatAreShownOverAndOverAreCopiedOnce) {
-    const qvDiagObject records = recordsOf(strip(100, 20, {{40, 80}}));
+    const qvDiagObject records = recordsOf(tonedStrip(100, 20, {{40, 80}}));
     ASSERT_EQ(records.numRecords(), 6);
     const unsigned char* const pels = records.diagRecord(0).image().pointToOffset();
     for (const long index : {3L, 4L, 5L}) EXPECT_EQ(records.diagRecord(index).image().pointToOffset(), pels);
@@ -319,7 +303,7 @@ Image randomStrip(qvtest::Noise& noise) {
         stretches.push_back({x, end, static_cast<unsigned char>(noise.whole(90, 150))});
         x = end;
     }
-    Image image = strip(width, height, stretches);
+    Image image = tonedStrip(width, height, stretches);
     const long amplitude = noise.whole(0, 5);
     for (long y = 0; y < height; ++y)
         for (long x = 0; x < width; ++x)

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "qvstreet/platform/pel_ops.h"
+#include "tests/blankregion/toned_strip.h"
 
 // A street 12 pels wide and a least length of 15 give an analysis window of 15 by 9 and a least area of 180 pels. In a
 // strip whose structure is the same in every row, a blank stretch [a, b) comes back as columns [a + 1, b), since the left
@@ -18,32 +18,15 @@
 
 namespace {
 
+using qvtest::Stretch;
+using qvtest::tonedStrip;
 using Params = qvStreetBlankRegionFinderParams;
 using Defs = qvStreetBlankRegionFinderDefs;
 using ResultSet = qvStreetBlankRegionFinderResultSet;
 using Image = qvPelBuffer<unsigned char>;
 
-/// Columns [begin, end) of one grey level.
-struct Stretch {
-    long begin;
-    long end;
-    unsigned char level = 100;
-};
-
-/// Four tones column by column, at least 40 away from 100 and 140, and the blank stretches.
-Image strip(long width, long height, const std::vector<Stretch>& stretches) {
-    constexpr std::array<unsigned char, 4> tones = {20, 180, 60, 220};
-    Image image(width, height, 32);
-    for (long y = 0; y < height; ++y) {
-        for (long x = 0; x < width; ++x) image.put(x, y, tones[static_cast<std::size_t>(x % 4)]);
-        for (const Stretch& stretch : stretches)
-            for (long x = stretch.begin; x < stretch.end; ++x) image.put(x, y, stretch.level);
-    }
-    return image;
-}
-
 /// Blank lengths of 50, 90 and 70.
-Image threeStretches() { return strip(300, 20, {{20, 70}, {80, 170}, {185, 255}}); }
+Image threeStretches() { return tonedStrip(300, 20, {{20, 70}, {80, 170}, {185, 255}}); }
 
 Image flatImage(long width, long height, unsigned char level) {
     Image image(width, height, 32);
@@ -129,7 +112,7 @@ TEST(BlankRegionFinder, ReturnsAtMostNumResultsLongestFirst) {
 }
 
 TEST(BlankRegionFinder, EquallyLongStretchesComeLeftmostFirst) {
-    const Image image = strip(300, 20, {{20, 70}, {90, 140}, {160, 210}});
+    const Image image = tonedStrip(300, 20, {{20, 70}, {90, 140}, {160, 210}});
     EXPECT_EQ(rects(find(image)), (Rects{{21, 0, 49, 20}, {91, 0, 49, 20}, {161, 0, 49, 20}}));
     EXPECT_EQ(rects(find(image, paramsOf(1))), (Rects{{21, 0, 49, 20}}));
 }
@@ -137,7 +120,7 @@ TEST(BlankRegionFinder, EquallyLongStretchesComeLeftmostFirst) {
 TEST(BlankRegionFinder, SortsByScoreNotByLength) {
     std::vector<double> weights = ones();
     weights[140] = 0.25;
-    const ResultSet found = find(strip(300, 20, {{20, 70}, {80, 170, 140}}), paramsOf(10, weights));
+    const ResultSet found = find(tonedStrip(300, 20, {{20, 70}, {80, 170, 140}}), paramsOf(10, weights));
     EXPECT_EQ(rects(found), (Rects{{21, 0, 49, 20}, {81, 0, 89, 20}}));
     ASSERT_EQ(found.numResults(), 2);
     EXPECT_EQ(found.results()[1].score(), sizeFactor(89.0 * 20.0) * 0.25);
@@ -156,7 +139,7 @@ TEST(BlankRegionFinder, UniformImageIsOneRegionWhoseLeftEndMovesInByOnePel) {
 
 TEST(BlankRegionFinder, StructureAllAlongGivesAnEmptySetWithATime) {
     ResultSet found = former();
-    qfStreetBlankRegionFinderRun(strip(300, 20, {}), paramsOf(), found, nullptr, 0);
+    qfStreetBlankRegionFinderRun(tonedStrip(300, 20, {}), paramsOf(), found, nullptr, 0);
     EXPECT_FALSE(found.isFound());
     EXPECT_EQ(found.numResults(), 0);
     EXPECT_NE(found.time(), 11.0);
@@ -164,15 +147,15 @@ TEST(BlankRegionFinder, StructureAllAlongGivesAnEmptySetWithATime) {
 }
 
 TEST(BlankRegionFinder, StretchShorterThanTheLeastLengthIsNotFound) {
-    EXPECT_EQ(rects(find(strip(100, 20, {{40, 54}}))), Rects());
+    EXPECT_EQ(rects(find(tonedStrip(100, 20, {{40, 54}}))), Rects());
     // Found, but the left end moves in and leaves 14.
-    EXPECT_EQ(rects(find(strip(100, 20, {{40, 55}}))), Rects());
-    EXPECT_EQ(rects(find(strip(100, 20, {{40, 56}}))), (Rects{{41, 4, 15, 12}}));
+    EXPECT_EQ(rects(find(tonedStrip(100, 20, {{40, 55}}))), Rects());
+    EXPECT_EQ(rects(find(tonedStrip(100, 20, {{40, 56}}))), (Rects{{41, 4, 15, 12}}));
 }
 
 TEST(BlankRegionFinder, RegionIsLimitedToTheRowsThatAreBlank) {
     // Blank in rows 10 .. 29 of 40 only.
-    Image image = strip(200, 40, {});
+    Image image = tonedStrip(200, 40, {});
     for (long y = 10; y < 30; ++y)
         for (long x = 50; x < 150; ++x) image.put(x, y, 100);
     EXPECT_EQ(rects(find(image)), (Rects{{51, 10, 99, 20}}));
@@ -180,7 +163,7 @@ TEST(BlankRegionFinder, RegionIsLimitedToTheRowsThatAreBlank) {
 
 // Blank rows 4 .. 12 of 21: the window of 9 rows that lies evenly about the middle row, 10, is loud.
 TEST(BlankRegionFinder, StreetIsLookedForAlongTheMiddleOnly) {
-    Image image = strip(200, 21, {});
+    Image image = tonedStrip(200, 21, {});
     for (long y = 4; y < 13; ++y)
         for (long x = 50; x < 150; ++x) image.put(x, y, 100);
     EXPECT_FALSE(find(image).isFound());
@@ -188,8 +171,8 @@ TEST(BlankRegionFinder, StreetIsLookedForAlongTheMiddleOnly) {
 
 TEST(BlankRegionFinder, NegativeScoreIsDropped) {
     // 16 by 9 pels are less than nine tenths of 180.
-    EXPECT_FALSE(find(strip(100, 9, {{40, 57}})).isFound());
-    const ResultSet found = find(strip(100, 9, {{40, 60}}));
+    EXPECT_FALSE(find(tonedStrip(100, 9, {{40, 57}})).isFound());
+    const ResultSet found = find(tonedStrip(100, 9, {{40, 60}}));
     EXPECT_EQ(rects(found), (Rects{{41, 0, 19, 9}}));
     ASSERT_EQ(found.numResults(), 1);
     EXPECT_EQ(found.results()[0].score(), sizeFactor(171.0));
@@ -198,7 +181,7 @@ TEST(BlankRegionFinder, NegativeScoreIsDropped) {
 TEST(BlankRegionFinder, DroppedRegionIsPaintedOutAndDoesNotCount) {
     std::vector<double> weights = ones();
     weights[140] = 0.0;
-    const Image image = strip(400, 20, {{20, 70}, {80, 170, 140}, {185, 255}, {270, 320}});
+    const Image image = tonedStrip(400, 20, {{20, 70}, {80, 170, 140}, {185, 255}, {270, 320}});
     EXPECT_EQ(rects(find(image, paramsOf(3, weights))), (Rects{{186, 0, 69, 20}, {21, 0, 49, 20}, {271, 0, 49, 20}}));
     EXPECT_EQ(rects(find(image, paramsOf(1, weights))), (Rects{{186, 0, 69, 20}}));
 }
@@ -210,13 +193,13 @@ TEST(BlankRegionFinder, WeightsOfAllZerosGiveNothing) {
 
 // The first region's positions are 0 .. 45; 15 more are painted out on the right, 46 .. 60. The second's are 70 .. 75.
 TEST(BlankRegionFinder, PaintingOutIsCutShortAtTheLeftBorder) {
-    EXPECT_EQ(rects(find(strip(150, 20, {{0, 60}, {70, 90}}))), (Rects{{1, 0, 59, 20}, {71, 4, 19, 12}}));
+    EXPECT_EQ(rects(find(tonedStrip(150, 20, {{0, 60}, {70, 90}}))), (Rects{{1, 0, 59, 20}, {71, 4, 19, 12}}));
 }
 
 // A speck of 7 columns in row 3 cuts the coarse region, positions 20 .. 105, to 20 .. 98 on its way up. The 7 positions
 // that are left would make a region of their own.
 TEST(BlankRegionFinder, PaintingOutTakesAWindowsLengthBeyondTheCoarseRegion) {
-    Image image = strip(160, 30, {{20, 120}});
+    Image image = tonedStrip(160, 30, {{20, 120}});
     for (long x = 113; x < 120; ++x) image.put(x, 3, 20);
     EXPECT_EQ(rects(find(image)), (Rects{{21, 0, 92, 30}}));
 }
@@ -225,7 +208,7 @@ TEST(BlankRegionFinder, NoisyRegionScoresByItsDeviation) {
     // 100 plus and minus 3 column by column: deviation 0.8 * 3 = 2.4, blankness 0.9; positions at 24 need a threshold
     // of at least that, which twice the lowest pel gives. The foreground of the stretch is 0 and 6 in turn, which pulls
     // the left edge from 100 to 99.96.
-    Image image = strip(300, 20, {{100, 200}});
+    Image image = tonedStrip(300, 20, {{100, 200}});
     for (long y = 0; y < 20; ++y)
         for (long x = 100; x < 200; ++x) image.put(x, y, static_cast<unsigned char>(x % 2 == 0 ? 97 : 103));
     const ResultSet found = find(image);
@@ -245,7 +228,7 @@ TEST(BlankRegionFinder, VerticalStreetGivesTheTransposedAnswer) {
 
 TEST(BlankRegionFinder, DirectionDecidesWhichWayTheStreetRuns) {
     // Blank columns 30 .. 69 of a square: a street along the columns is blank from end to end.
-    const Image image = strip(100, 100, {{30, 70}});
+    const Image image = tonedStrip(100, 100, {{30, 70}});
     EXPECT_EQ(rects(find(image)), (Rects{{31, 0, 39, 100}}));
     EXPECT_EQ(rects(find(image, vertical())), (Rects{{30, 1, 40, 99}}));
 }
@@ -301,26 +284,27 @@ TEST(BlankRegionFinder, MaskOfAllOnesChangesNothing) {
 }
 
 TEST(BlankRegionFinder, MaskedPelsAreAHardEdge) {
-    const Image image = strip(150, 20, {{20, 130}});
+    const Image image = tonedStrip(150, 20, {{20, 130}});
     EXPECT_EQ(rects(findMasked(image, maskWithout(150, 20, 20, 26))), (Rects{{27, 0, 103, 20}}));
     EXPECT_EQ(rects(findMasked(image, maskWithout(150, 20, 118, 130))), (Rects{{21, 0, 97, 20}}));
 }
 
 TEST(BlankRegionFinder, MaskIsNotSeenByDeviationAndScore) {
     // All masked: no edge is left, and the coarse region comes back.
-    EXPECT_EQ(findMasked(strip(150, 20, {{20, 130}}), flatImage(150, 20, 0)), find(strip(150, 20, {{20, 130}})));
+    EXPECT_EQ(findMasked(tonedStrip(150, 20, {{20, 130}}), flatImage(150, 20, 0)),
+              find(tonedStrip(150, 20, {{20, 130}})));
 }
 
 // The mask cuts the stretch to columns 20 .. 33 or 20 .. 35, of which the first does not count.
 TEST(BlankRegionFinder, RegionThatTheEndsMakeTooShortIsDropped) {
-    const Image image = strip(300, 20, {{20, 130}});
+    const Image image = tonedStrip(300, 20, {{20, 130}});
     EXPECT_EQ(rects(findMasked(image, maskWithout(300, 20, 35, 60))), Rects());
     EXPECT_EQ(rects(findMasked(image, maskWithout(300, 20, 36, 60))), (Rects{{21, 0, 15, 20}}));
 }
 
 TEST(BlankRegionFinder, MaskOfAVerticalStreetIsAppliedUntransposed) {
     // A square whose street runs along the columns, blank from row 20 to 129. The mask's columns count as rows.
-    const Image image = qfPelTranspose(strip(150, 150, {{20, 130}}));
+    const Image image = qfPelTranspose(tonedStrip(150, 150, {{20, 130}}));
     EXPECT_EQ(rects(findMasked(image, maskWithout(150, 150, 20, 26), vertical())), (Rects{{0, 27, 150, 103}}));
     EXPECT_EQ(rects(findMasked(image, qfPelTranspose(maskWithout(150, 150, 20, 26)), vertical())),
               (Rects{{0, 21, 150, 109}}));

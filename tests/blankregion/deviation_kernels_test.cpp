@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "tests/support/every_instruction_set.h"
 #include "tests/support/noise_image.h"
 
 namespace {
@@ -18,12 +19,7 @@ using qvtest::Noise;
 /// Runs `check` with the kernels of each version that this machine has.
 template <class Check>
 void forEachVersion(const Check& check) {
-    const int best = static_cast<int>(qf_bestInstructionSet());
-    for (int set = 0; set <= best; ++set) {
-        const auto version = static_cast<qv_InstructionSet>(set);
-        SCOPED_TRACE(qf_instructionSetName(version));
-        check(QV_KERNELS_OF(version, deviationKernels));
-    }
+    qvtest::forEachInstructionSet([&](qv_InstructionSet set) { check(QV_KERNELS_OF(set, deviationKernels)); });
 }
 
 /// Noise, all 0, all 255, or 0 and 255 by turns.

@@ -11,26 +11,16 @@
 #include <vector>
 
 #include "qvstreet/blankregion/sliding_mode.h"
+#include "tests/support/every_instruction_set.h"
 #include "tests/support/noise_image.h"
 #include "tests/support/slow_regional_images.h"
 
 namespace {
 
 using qvtest::Noise;
+using qvtest::onEveryInstructionSet;
 using Image = qvPelBuffer<unsigned char>;
 using Pels = std::vector<std::uint8_t>;
-
-/// Calls `check` with the name of each version in turn while that one is in use.
-template <typename Check>
-void onEveryInstructionSet(const Check& check) {
-    const qv_InstructionSet before = qf_instructionSet();
-    for (int number = 0; number <= static_cast<int>(qf_bestInstructionSet()); ++number) {
-        const auto set = static_cast<qv_InstructionSet>(number);
-        qf_useInstructionSet(set);
-        check(std::string(qf_instructionSetName(set)));
-    }
-    qf_useInstructionSet(before);
-}
 
 /// The kernels for bytes, or those for words.
 template <typename Count>

@@ -5,6 +5,7 @@
 
 #include "qvstreet/blankregion/regional_images.h"
 #include "qvstreet/platform/instruction_set.h"
+#include "tests/support/every_instruction_set.h"
 #include "tests/support/noise_image.h"
 #include "tests/support/slow_regional_images.h"
 
@@ -58,13 +59,10 @@ qvtest::SlowImage rowsOf(const Image& image) {
 /// Runs `check` with each version of the kernels that this machine has.
 template <class Check>
 void forEachVersion(const Check& check) {
-    const qv_InstructionSet before = qf_instructionSet();
-    for (int set = 0; set <= static_cast<int>(qf_bestInstructionSet()); ++set) {
-        qf_useInstructionSet(static_cast<qv_InstructionSet>(set));
-        SCOPED_TRACE(qf_instructionSetName(qf_instructionSet()));
+    qvtest::onEveryInstructionSet([&](const std::string& name) {
+        SCOPED_TRACE(name);
         check();
-    }
-    qf_useInstructionSet(before);
+    });
 }
 
 void expectDeviationImageByTheBook(const Image& image, long L, long S, int scale, double rowWeight,

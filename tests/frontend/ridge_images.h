@@ -50,6 +50,18 @@ inline qv_traceMask maskFor(const qvPelBuffer_const<double>& image) {
     return mask;
 }
 
+/// The marked pels, row by row.
+inline std::vector<std::pair<long, long>> markedPels(const qv_traceMask& mask, std::uint16_t id) {
+    std::vector<std::pair<long, long>> pels;
+    for (long y = 0; y < mask.height(); ++y)
+        for (long x = 0; x < mask.width(); ++x) {
+            if (mask.get(x, y) == 0) continue;
+            EXPECT_EQ(mask.get(x, y), id);
+            pels.emplace_back(x, y);
+        }
+    return pels;
+}
+
 /// To the right, looking one pel up and down.
 inline qv_ridgeTraceParams rightwards(double x = 2.5, double y = 2.5) {
     qv_ridgeTraceParams params;

@@ -15,18 +15,6 @@ using namespace qvtest;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
-/// The marked pels, row by row.
-std::vector<std::pair<long, long>> markedPels(const qv_traceMask& mask, std::uint16_t id) {
-    std::vector<std::pair<long, long>> pels;
-    for (long y = 0; y < mask.height(); ++y)
-        for (long x = 0; x < mask.width(); ++x) {
-            if (mask.get(x, y) == 0) continue;
-            EXPECT_EQ(mask.get(x, y), id);
-            pels.emplace_back(x, y);
-        }
-    return pels;
-}
-
 }  // namespace
 
 TEST(RidgeTrace, ParamsDefaults) {

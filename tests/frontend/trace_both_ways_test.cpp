@@ -13,18 +13,6 @@ namespace {
 
 using namespace qvtest;
 
-/// The marked pels, row by row.
-std::vector<std::pair<long, long>> markedPels(const qv_traceMask& mask, std::uint16_t id) {
-    std::vector<std::pair<long, long>> pels;
-    for (long y = 0; y < mask.height(); ++y)
-        for (long x = 0; x < mask.width(); ++x) {
-            if (mask.get(x, y) == 0) continue;
-            EXPECT_EQ(mask.get(x, y), id);
-            pels.emplace_back(x, y);
-        }
-    return pels;
-}
-
 /// Row 2 of seven is 100 in columns `first` to `last`, 1 beyond.
 qvPelBuffer<double> ridgeOfColumns(long width, long first, long last) {
     qvPelBuffer<double> image = filled(width, 7, 0.0);

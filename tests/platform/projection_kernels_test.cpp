@@ -11,6 +11,7 @@
 #include <memory>
 #include <vector>
 
+#include "tests/support/every_instruction_set.h"
 #include "tests/support/noise_image.h"
 #include "tests/support/slow_sampling.h"
 
@@ -25,12 +26,7 @@ constexpr std::int64_t kFromCorner = kPel / 2 - kPel / 512;
 /// Runs `check` with the kernels of each version that this machine has.
 template <class Check>
 void forEachVersion(const Check& check) {
-    const int best = static_cast<int>(qf_bestInstructionSet());
-    for (int set = 0; set <= best; ++set) {
-        const auto version = static_cast<qv_InstructionSet>(set);
-        SCOPED_TRACE(qf_instructionSetName(version));
-        check(QV_KERNELS_OF(version, projectionKernels));
-    }
+    qvtest::forEachInstructionSet([&](qv_InstructionSet set) { check(QV_KERNELS_OF(set, projectionKernels)); });
 }
 
 qv_BorderRhythm rhythm(std::int64_t movement) {
@@ -169,8 +165,10 @@ TEST(ProjectionKernels, walksAlongARowOfEveryLength) {
     Noise noise(11);
     for (long count = 1; count <= 140; ++count) {
         const Pels pels(count + 1, 2, 0, false, noise);
-        expectTheSums(pels, walkFrom(pels, noise.whole(0, 255) << 24, noise.whole(0, 255) << 24, count),
-                      stepOf(kPel, 0));
+        expectTheSums(
+            pels,
+            walkFrom(pels, std::int64_t{noise.whole(0, 255)} << 24, std::int64_t{noise.whole(0, 255)} << 24, count),
+            stepOf(kPel, 0));
     }
 }
 

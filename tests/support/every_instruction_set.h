@@ -3,6 +3,8 @@
 #ifndef QVSTREET_TESTS_SUPPORT_EVERY_INSTRUCTION_SET_H
 #define QVSTREET_TESTS_SUPPORT_EVERY_INSTRUCTION_SET_H
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 #include "qvstreet/platform/instruction_set.h"
@@ -19,6 +21,16 @@ void onEveryInstructionSet(const Check& check) {
         check(std::string(qf_instructionSetName(set)));
     }
     qf_useInstructionSet(before);
+}
+
+/// The versions that this machine can run, plain first, for a loop of `QV_KERNELS_OF`.
+template <typename Check>
+void forEachInstructionSet(const Check& check) {
+    for (int number = 0; number <= static_cast<int>(qf_bestInstructionSet()); ++number) {
+        const auto set = static_cast<qv_InstructionSet>(number);
+        SCOPED_TRACE(qf_instructionSetName(set));
+        check(set);
+    }
 }
 
 }  // namespace qvtest
