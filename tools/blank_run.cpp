@@ -8,12 +8,8 @@
 #include "tools/finder_run.h"
 #include "tools/image_file.h"
 #include "tools/text.h"
+#include "tools/text_file.h"
 
-#include <array>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <memory>
 #include <new>
 #include <vector>
 
@@ -36,26 +32,14 @@ std::string sizeOf(const GreyImage& image) {
 }
 
 [[noreturn]] void failWeights(const CommandOptions& options, const std::string& reason) {
-    throw InputError("--grey-weights: " + inQuotes(options.greyWeights) + ": " + reason);
-}
-
-std::string weightsText(const CommandOptions& options) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(options.greyWeights.c_str(), "rb"),
-                                                               std::fclose);
-    if (!file) failWeights(options, std::string("cannot be opened: ") + std::strerror(errno));
-    std::string text(kMaxWeightsBytes + 1, '\0');
-    text.resize(std::fread(text.data(), 1, text.size(), file.get()));
-    if (std::ferror(file.get()) != 0) failWeights(options, std::string("cannot be read: ") + std::strerror(errno));
-    if (text.size() > kMaxWeightsBytes) {
-        failWeights(options, "has more than " + std::to_string(kMaxWeightsBytes) + " bytes; " + kAllowedWeights);
-    }
-    return text;
+    failInput("--grey-weights", options.greyWeights, reason);
 }
 
 /// Infinities and NaN count as numbers here, so that the finder's own words about them reach the user.
 std::vector<double> weightsOf(const CommandOptions& options) {
     if (options.greyWeights.empty()) return std::vector<double>(256, 1.0);
-    const std::string text = weightsText(options);
+    const std::string text =
+        readTextFile({"--grey-weights", options.greyWeights, kMaxWeightsBytes, kAllowedWeights, false});
     std::vector<double> weights;
     for (const std::string_view word : splitAtWhiteSpace(text)) {
         const std::optional<double> weight = parseAnyNumber(word);
@@ -99,7 +83,7 @@ std::optional<GreyImage> maskOf(const CommandOptions& options) {
     try {
         return readImageFile(options.mask);
     } catch (const ImageError& error) {
-        throw InputError("--mask: " + inQuotes(options.mask) + ": " + error.what());
+        failInput("--mask", options.mask, error.what());
     }
 }
 

@@ -10,16 +10,8 @@
 #include "tools/report.h"
 
 #include <optional>
-#include <stdexcept>
-#include <string>
 
 namespace qvtool {
-
-/// A file that an option names cannot serve as what it is named for. The message names the option and the file.
-class InputError : public std::runtime_error {
- public:
-    using std::runtime_error::runtime_error;
-};
 
 /// What all images of a call share.
 struct BlankInputs {

@@ -3,191 +3,21 @@
 // CLI11 leaves over, because it would split a path like "[a,b].png" in two.
 #include "tools/command_line.h"
 
+#include "tools/image_list.h"
+#include "tools/option_table.h"
 #include "tools/overlay_paths.h"
 #include "tools/text.h"
+#include "tools/text_file.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cmath>
-#include <limits>
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
 
 namespace qvtool {
 namespace {
-
-/// Values that can be judged only together.
-struct RawOptions {
-    CommandOptions options;
-    std::optional<Interval> rangeX;
-    std::optional<Interval> rangeY;
-    std::string overlay;
-    std::string report;
-};
-
-/// The subcommands that have an option.
-enum class Users { finder, blank, pages, all };
-
-struct OptionSpec {
-    Users users;
-    const char* name;
-    const char* valueName;
-    const char* description;
-    const char* allowed;
-    bool (*apply)(std::string_view, RawOptions&);  ///< false: the value is not allowed
-};
-
-template <typename T, std::size_t N>
-bool pickWord(std::string_view text, const std::pair<const char*, T> (&words)[N], T& value) {
-    for (const auto& [word, meaning] : words) {
-        if (text == word) {
-            value = meaning;
-            return true;
-        }
-    }
-    return false;
-}
-
-std::optional<std::vector<double>> numbers(std::string_view text) {
-    std::vector<double> values;
-    for (const std::string_view part : splitAtCommas(text)) {
-        const std::optional<double> value = parseNumber(part);
-        if (!value) return std::nullopt;
-        values.push_back(*value);
-    }
-    return values;
-}
-
-bool applyMode(std::string_view text, RawOptions& raw) {
-    static constexpr std::pair<const char*, Mode> kWords[] = {
-        {"edge", Mode::edge}, {"ridge", Mode::ridge}, {"coarse", Mode::coarse}};
-    return pickWord(text, kWords, raw.options.mode);
-}
-
-bool applyPolarity(std::string_view text, RawOptions& raw) {
-    static constexpr std::pair<const char*, Polarity> kWords[] = {
-        {"any", Polarity::any}, {"dark", Polarity::dark}, {"light", Polarity::light}};
-    return pickWord(text, kWords, raw.options.polarity);
-}
-
-bool applyWidth(std::string_view text, RawOptions& raw) {
-    const auto values = numbers(text);
-    if (!values || values->size() > 2) return false;
-    raw.options.widthX = values->front();
-    raw.options.widthY = values->back();
-    return raw.options.widthX > 0.0 && raw.options.widthY > 0.0;
-}
-
-bool applyRange(std::string_view text, std::optional<Interval>& range) {
-    const auto values = numbers(text);
-    if (!values || values->size() != 2) return false;
-    range = Interval{values->front(), values->back()};
-    return range->low >= 0.0 && range->low <= range->high;
-}
-
-bool applyRangeX(std::string_view text, RawOptions& raw) { return applyRange(text, raw.rangeX); }
-bool applyRangeY(std::string_view text, RawOptions& raw) { return applyRange(text, raw.rangeY); }
-
-bool applySharpness(std::string_view text, RawOptions& raw) {
-    const auto value = parseNumber(text);
-    if (value) raw.options.sharpness = *value;
-    return value && *value > 0.0;
-}
-
-bool applyPositive(std::string_view text, long& number) {
-    const auto value = parseWhole(text);
-    if (!value || *value < 1 || *value > std::numeric_limits<std::int32_t>::max()) return false;
-    number = static_cast<long>(*value);
-    return true;
-}
-
-bool applyMax(std::string_view text, RawOptions& raw) { return applyPositive(text, raw.options.maxResults); }
-bool applyStreetWidth(std::string_view text, RawOptions& raw) { return applyPositive(text, raw.options.streetWidth); }
-bool applyMinLength(std::string_view text, RawOptions& raw) { return applyPositive(text, raw.options.minLength); }
-
-bool applyDirection(std::string_view text, RawOptions& raw) {
-    static constexpr std::pair<const char*, Direction> kWords[] = {{"h", Direction::horizontal},
-                                                                   {"v", Direction::vertical}};
-    return pickWord(text, kWords, raw.options.direction);
-}
-
-bool applyMask(std::string_view text, RawOptions& raw) {
-    raw.options.mask = text;
-    return !text.empty();
-}
-
-bool applyGreyWeights(std::string_view text, RawOptions& raw) {
-    raw.options.greyWeights = text;
-    return !text.empty();
-}
-
-bool applyClient(std::string_view text, RawOptions& raw) {
-    const auto values = numbers(text);
-    if (!values || values->size() != 6) return false;
-    const std::vector<double>& v = *values;
-    std::copy(v.begin(), v.end(), raw.options.client.begin());
-    raw.options.clientGiven = true;
-    const double determinant = v[0] * v[3] - v[1] * v[2];
-    return std::isfinite(determinant) && determinant != 0.0;
-}
-
-bool applyJson(std::string_view text, RawOptions& raw) {
-    raw.options.json = text;
-    return !text.empty();
-}
-
-bool applyOverlay(std::string_view text, RawOptions& raw) {
-    raw.overlay = text;
-    return isOverlayPath(raw.overlay);
-}
-
-bool applyReport(std::string_view text, RawOptions& raw) {
-    raw.report = text;
-    return isReportPath(raw.report);
-}
-
-bool applyTrace(std::string_view text, RawOptions& raw) {
-    raw.options.trace = text;
-    return !text.empty();
-}
-
-constexpr const char* kPositiveWhole = "a whole number from 1 to 2147483647";
-
-constexpr OptionSpec kOptions[] = {
-    {Users::blank, "--street-width", "N", "width of the street in pels; required", kPositiveWhole, applyStreetWidth},
-    {Users::blank, "--min-length", "N", "shortest blank stretch worth reporting, in pels; required", kPositiveWhole,
-     applyMinLength},
-    {Users::blank, "--direction", "DIRECTION", "the street runs along the rows: h (default), or the columns: v",
-     "h or v", applyDirection},
-    {Users::blank, "--mask", "FILE", "image of 0 and 255 in the image's size; 0 is taken as structure", "an image file",
-     applyMask},
-    {Users::blank, "--grey-weights", "FILE", "weights of the 256 mean grey levels, each 0 to 1 (default 1)",
-     "a file of 256 numbers from 0 to 1, separated by white space", applyGreyWeights},
-    {Users::pages, "--report", "FILE",
-     "page that shows every stage, .html; {name}, {n} for several images; inspect requires it",
-     "a file name that ends in .html", applyReport},
-    {Users::finder, "--mode", "MODE", "how streets show: edge (default; pairs of edges), ridge or coarse (lines)",
-     "edge, ridge or coarse", applyMode},
-    {Users::finder, "--width", "X[,Y]", "nominal street width, client units (default 10)",
-     "X or X,Y, numbers greater than 0", applyWidth},
-    {Users::finder, "--range-x", "LO,HI", "allowed widths for X (default 0.5 to 1.5 times X)",
-     "LO,HI with 0 <= LO <= HI", applyRangeX},
-    {Users::finder, "--range-y", "LO,HI", "allowed widths for Y (default 0.5 to 1.5 times Y)",
-     "LO,HI with 0 <= LO <= HI", applyRangeY},
-    {Users::finder, "--sharpness", "S", "width of an edge's transition, client units (default 5)",
-     "a number greater than 0", applySharpness},
-    {Users::finder, "--polarity", "POLARITY", "street against its surface: any (default), dark or light",
-     "any, dark or light", applyPolarity},
-    {Users::all, "--max", "N", "most results (default 100)", kPositiveWhole, applyMax},
-    {Users::finder, "--client", "A,B,C,D,TX,TY", "client = [A B; C D] * image + (TX, TY) (default 1,0,0,1,0,0)",
-     "six numbers A,B,C,D,TX,TY with A*D - B*C finite and not 0", applyClient},
-    {Users::all, "--json", "FILE", "where the JSON goes; - is standard output (default -)",
-     "a file name, or - for standard output", applyJson},
-    {Users::all, "--overlay", "FILE", "picture of the results, .svg or .png; {name}, {n} for several images",
-     "a file name that ends in .svg or .png", applyOverlay},
-    {Users::finder, "--trace", "PATH", "every candidate that find --mode edge weighs, as text in PATH.trace",
-     "a path in an existing folder, without .trace", applyTrace},
-};
 
 constexpr const char* kSeeHelp = " (see qvstreet --help)";
 
@@ -207,7 +37,9 @@ const char* examplesOf(Subcommand subcommand) {
                    "  qvstreet find --mode coarse --width 20 wafer.png\n"
                    "  qvstreet find --mode ridge --width 18,30 --polarity dark --max 9 \\\n"
                    "                --json found.json --overlay found.svg wafer.tif\n"
-                   "  qvstreet find --mode coarse --overlay 'out/{name}.png' lot/*.png > lot.jsonl\n";
+                   "  qvstreet find --mode coarse --overlay 'out/{name}.png' lot/*.png > lot.jsonl\n"
+                   "  find lot -name '*.png' | qvstreet find --files-from - > lot.jsonl\n"
+                   "  qvstreet find --files-from lot.txt --shard 3/20 --json part-03.jsonl\n";
         case Subcommand::streets:
             return "Examples:\n"
                    "  qvstreet streets --width 20 --range-x 15,25 --range-y 15,25 wafer.png\n"
@@ -250,25 +82,11 @@ constexpr std::pair<Subcommand, const char*> kSubcommands[] = {
     {Subcommand::blank, "Find the longest blank stretches in images of one street"},
 };
 
-bool offers(Subcommand subcommand, const OptionSpec& spec) {
-    switch (spec.users) {
-        case Users::finder:
-            return subcommand != Subcommand::blank;
-        case Users::blank:
-            return subcommand == Subcommand::blank;
-        case Users::pages:
-            return subcommand == Subcommand::blank || subcommand == Subcommand::inspect;
-        case Users::all:
-            break;
-    }
-    return true;
-}
-
 /// The declared program with a place for the text of each option.
 struct Program {
     CLI::App app{"Finds the streets of wafers, where they cross and where they are blank, in camera images.",
                  "qvstreet"};
-    std::vector<std::string> values{std::vector<std::string>(std::size(kOptions))};
+    std::vector<std::string> values{std::vector<std::string>(optionTable().size())};
 
     Program() {
         app.formatter(std::make_shared<HelpLayout>());
@@ -282,11 +100,16 @@ struct Program {
     void declare(Subcommand subcommand, const char* description) {
         CLI::App* sub = app.add_subcommand(nameOf(subcommand), description);
         sub->allow_extras();
-        for (std::size_t i = 0; i < std::size(kOptions); ++i) {
-            if (!offers(subcommand, kOptions[i])) continue;
-            sub->add_option(kOptions[i].name, values[i], kOptions[i].description)
-                ->type_name(kOptions[i].valueName)
-                ->type_size(1);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const OptionSpec& spec = optionTable()[i];
+            if (!offers(subcommand, spec)) continue;
+            if (spec.valueName == nullptr) {
+                sub->add_flag(spec.name, spec.description)
+                    ->disable_flag_override()
+                    ->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+            } else {
+                sub->add_option(spec.name, values[i], spec.description)->type_name(spec.valueName)->type_size(1);
+            }
         }
         sub->footer(std::string("\n") + kImageHelp + "\n" + examplesOf(subcommand) + "\n" + kStatusHelp);
     }
@@ -319,13 +142,14 @@ std::optional<Subcommand> subcommandNamed(const std::string& name) {
 /// The option of that name that the call's subcommand has.
 const OptionSpec* specOf(const std::vector<std::string>& arguments, std::string_view name) {
     const auto subcommand = arguments.empty() ? std::nullopt : subcommandNamed(arguments[0]);
-    for (const OptionSpec& spec : kOptions) {
+    for (const OptionSpec& spec : optionTable()) {
         if (subcommand && name == spec.name && offers(*subcommand, spec)) return &spec;
     }
     return nullptr;
 }
 
 std::string valueMissing(const OptionSpec& spec) {
+    if (spec.valueName == nullptr) return std::string(spec.name) + ": takes no value; allowed is " + spec.allowed;
     return std::string(spec.name) + ": its value is missing; allowed is " + spec.allowed;
 }
 
@@ -340,14 +164,19 @@ std::string describeParseError(const Program& program, const std::vector<std::st
         return inQuotes(arguments[0]) + (option ? " is not an option here" : " is not a subcommand") + allowed +
                ", --help and --version";
     }
-    for (const OptionSpec& spec : kOptions) {
+    for (const std::string& argument : arguments) {
+        const OptionSpec* spec = specOf(arguments, argument.substr(0, argument.find('=')));
+        if (spec != nullptr && spec->valueName == nullptr && argument != spec->name) return valueMissing(*spec);
+    }
+    for (const OptionSpec& spec : optionTable()) {
         const CLI::Option* given = chosen[0]->get_option_no_throw(spec.name);
         const std::size_t count = given == nullptr ? 0 : given->count();
         if (count > 1) {
             return std::string(spec.name) + ": was given " + std::to_string(count) + " times; allowed is once";
         }
     }
-    if (const OptionSpec* spec = specOf(arguments, arguments.back())) return valueMissing(*spec);
+    const OptionSpec* last = specOf(arguments, arguments.back());
+    if (last != nullptr && last->valueName != nullptr) return valueMissing(*last);
     return "the call cannot be understood: " + inQuotes(error.what());
 }
 
@@ -389,7 +218,7 @@ SplitArguments splitArguments(const std::vector<std::string>& arguments) {
 
 std::string optionNames(Subcommand subcommand) {
     std::string names;
-    for (const OptionSpec& spec : kOptions) {
+    for (const OptionSpec& spec : optionTable()) {
         if (offers(subcommand, spec)) names += std::string(spec.name) + ", ";
     }
     return names + "--help";
@@ -420,6 +249,37 @@ std::string settleLengths(const CommandOptions& options) {
     return options.minLength == 0 ? required("--min-length") : std::string();
 }
 
+/// Reads the list, if the images stand in one.
+std::string settleImages(RawOptions& raw) {
+    CommandOptions& options = raw.options;
+    options.jsonLines = !options.filesFrom.empty() || raw.shard || options.images.size() > 1;
+    if (options.filesFrom.empty()) {
+        return options.images.empty() ? "no image was given; allowed is one or more image files, or --files-from"
+                                      : std::string();
+    }
+    if (!options.images.empty()) {
+        return "--files-from: " + inQuotes(options.filesFrom) + " was given beside the image " +
+               inQuotes(options.images.front()) + "; allowed is one or the other";
+    }
+    try {
+        options.images = readImageList(options.filesFrom);
+    } catch (const InputError& error) {
+        return error.what();
+    }
+    return {};
+}
+
+/// Leaves the shard's images and their outputs.
+void takeBlock(const Shard& shard, CommandOptions& options) {
+    const auto [begin, end] = blockOf(shard, options.images.size());
+    for (std::vector<std::string>* list : {&options.images, &options.overlays, &options.reports}) {
+        if (list->empty()) continue;
+        const auto first = list->begin();
+        *list = std::vector<std::string>(std::make_move_iterator(first + static_cast<std::ptrdiff_t>(begin)),
+                                         std::make_move_iterator(first + static_cast<std::ptrdiff_t>(end)));
+    }
+}
+
 }  // namespace
 
 ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments) {
@@ -445,22 +305,23 @@ ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments) {
         return wrong(inQuotes(*unknown) + " is not an option; allowed are " + optionNames(raw.options.subcommand));
     }
     raw.options.images.insert(raw.options.images.end(), split.images.begin(), split.images.end());
-    for (std::size_t i = 0; i < std::size(kOptions); ++i) {
-        const CLI::Option* option = chosen->get_option_no_throw(kOptions[i].name);
+    for (std::size_t i = 0; i < program.values.size(); ++i) {
+        const OptionSpec& spec = optionTable()[i];
+        const CLI::Option* option = chosen->get_option_no_throw(spec.name);
         if (option == nullptr || option->count() == 0) continue;
-        if (!kOptions[i].apply(program.values[i], raw)) {
-            return wrong(notAllowed(kOptions[i].name, program.values[i], kOptions[i].allowed));
-        }
+        if (!spec.apply(program.values[i], raw)) return wrong(notAllowed(spec.name, program.values[i], spec.allowed));
     }
     if (const std::string message = settleRanges(raw); !message.empty()) return wrong(message);
     if (const std::string message = settleLengths(raw.options); !message.empty()) return wrong(message);
-    if (raw.options.images.empty()) return wrong("no image was given; allowed is one or more image files");
+    if (const std::string message = settleImages(raw); !message.empty()) return wrong(message);
     if (raw.options.subcommand == Subcommand::inspect && raw.report.empty()) {
         return wrong("--report: is required by inspect; allowed is a file name that ends in .html");
     }
     if (const std::string message = settleOutputs(raw.overlay, raw.report, raw.options); !message.empty()) {
         return wrong(message);
     }
+    // Only now, so that no job of a list can have the same outputs as another.
+    if (raw.shard) takeBlock(*raw.shard, raw.options);
 
     ParsedCommandLine parsed;
     parsed.run = true;

@@ -47,7 +47,10 @@ struct CommandOptions {
     Direction direction = Direction::horizontal;
     std::string mask;                   ///< `blank` only; empty: no mask
     std::string greyWeights;            ///< `blank` only; empty: all weights 1
+    std::string filesFrom;              ///< the list that the images came from, "-" standard input; empty: none
     std::string json = "-";             ///< "-" is standard output; empty: none, as `inspect` has it by itself
+    bool jsonLines = false;             ///< each document is one line, also that of a single image
+    bool seconds = true;                ///< the JSON tells times
     std::string trace;                  ///< the trace is the file of this name and ".trace"; empty: none
     std::vector<std::string> overlays;  ///< one path per image, or none
     std::vector<std::string> reports;   ///< likewise, of pages
@@ -62,6 +65,7 @@ struct ParsedCommandLine {
     std::string message;  ///< for standard error, without the program's name
 };
 
+/// Reads the list of images too, if the call names one.
 /// @param arguments without the program's name.
 ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments);
 

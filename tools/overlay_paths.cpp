@@ -3,8 +3,12 @@
 #include "tools/text.h"
 #include "tools/trace_file.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <map>
+#include <unordered_map>
+#include <utility>
 
 namespace qvtool {
 namespace {
@@ -25,73 +29,121 @@ void replaceAll(std::string& text, const std::string& from, const std::string& t
     }
 }
 
-/// One spelling for all the ways to write a path, as far as it exists.
-std::string oneSpelling(const std::string& path) {
-    std::error_code error;
-    const fs::path absolute = fs::absolute(path, error);
-    if (error) return path;
-    const fs::path canonical = fs::weakly_canonical(absolute, error);
-    return error ? path : canonical.string();
-}
+fs::path folderOf(const fs::path& path) { return path.has_parent_path() ? path.parent_path() : fs::path("."); }
 
-bool isRegularFile(const std::string& path) {
-    std::error_code error;
-    return fs::is_regular_file(path, error);
-}
-
-bool sameFile(const std::string& a, const std::string& b) {
-    std::error_code error;
-    return fs::equivalent(a, b, error) && !error;
-}
-
-/// What keeps an output from being written: it is a file that the call reads.
-std::string overwritesInput(const char* option, const std::string& output, const CommandOptions& options) {
-    // Devices and pipes can be read and written by the same name without harm.
-    if (!isRegularFile(output)) return {};
-    const auto clash = [&](const std::string& what, const std::string& input) -> std::string {
-        if (input.empty() || !sameFile(output, input)) return {};
-        return std::string(option) + ": " + inQuotes(output) + " is " + what + " " + inQuotes(input) +
-               "; allowed is any other file";
-    };
-    for (const std::string& image : options.images) {
-        if (const std::string message = clash("the image", image); !message.empty()) return message;
+/// Gives one spelling for all the ways to write a path, as far as it exists. Folders are looked up once each: a long
+/// list has few.
+class Spelling {
+ public:
+    std::string of(const std::string& text) {
+        const fs::path path(text);
+        std::error_code error;
+        const bool plain = path.has_filename() && path.filename() != "." && path.filename() != "..";
+        if (!plain || fs::is_symlink(fs::symlink_status(path, error))) return canonical(path).string();
+        const auto [folder, isNew] = folders_.try_emplace(folderOf(path).string());
+        if (isNew) folder->second = canonical(folderOf(path));
+        return (folder->second / path.filename()).string();
     }
-    const std::string message = clash("the file of --mask", options.mask);
-    return message.empty() ? clash("the file of --grey-weights", options.greyWeights) : message;
-}
 
-/// The paths that were given out so far, and whose they are.
-using Users = std::map<std::string, std::string>;
+ private:
+    static fs::path canonical(const fs::path& path) {
+        std::error_code error;
+        const fs::path absolute = fs::absolute(path, error);
+        if (error) return path;
+        fs::path result = fs::weakly_canonical(absolute, error);
+        return error ? path : result;
+    }
 
-std::string checkDistinct(const char* option, const std::vector<std::string>& paths, const CommandOptions& options,
-                          Users& users) {
-    for (std::size_t i = 0; i < paths.size(); ++i) {
-        const auto [other, isNew] = users.emplace(oneSpelling(paths[i]), inQuotes(options.images[i]));
-        if (!isNew) {
+    std::unordered_map<std::string, fs::path> folders_;
+};
+
+/// The files that a call reads, each with what it is to the call.
+class Inputs {
+ public:
+    explicit Inputs(const CommandOptions& options) : options_(options) {}
+
+    /// What keeps an output from being written: it is one of them.
+    std::string overwrittenBy(const char* option, const std::string& output) {
+        struct stat status {};
+        // Devices and pipes can be read and written by the same name without harm.
+        if (::stat(output.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+        if (!collected_) collect();
+        const auto input = files_.find({status.st_dev, status.st_ino});
+        if (input == files_.end()) return {};
+        return std::string(option) + ": " + inQuotes(output) + " is " + input->second.what + " " +
+               inQuotes(*input->second.path) + "; allowed is any other file";
+    }
+
+ private:
+    struct Input {
+        const char* what;
+        const std::string* path;
+    };
+
+    void collect() {
+        for (const std::string& image : options_.images) add("the image", image);
+        if (options_.filesFrom != "-") add("the file of --files-from", options_.filesFrom);
+        add("the file of --mask", options_.mask);
+        add("the file of --grey-weights", options_.greyWeights);
+        collected_ = true;
+    }
+
+    void add(const char* what, const std::string& path) {
+        struct stat status {};
+        if (::stat(path.c_str(), &status) == 0)
+            files_.emplace(std::pair(status.st_dev, status.st_ino), Input{what, &path});
+    }
+
+    const CommandOptions& options_;
+    std::map<std::pair<dev_t, ino_t>, Input> files_;  ///< by device and number
+    bool collected_ = false;
+};
+
+/// Gives out the paths of one call's outputs, each once.
+class Outputs {
+ public:
+    explicit Outputs(CommandOptions& options) : options_(options), inputs_(options) {}
+
+    /// A single file. @return what is wrong, empty if nothing is.
+    std::string addFile(const char* option, const std::string& path) {
+        std::string message = inputs_.overwrittenBy(option, path);
+        if (!message.empty()) return message;
+        const auto [other, isNew] = users_.emplace(spelling_.of(path), option);
+        if (isNew) return {};
+        return std::string(option) + ": " + inQuotes(path) + " is the file of " + other->second +
+               " too; allowed is any other file";
+    }
+
+    /// One path per image from the pattern of an option; likewise.
+    std::string addImages(const char* option, const std::string& pattern, std::vector<std::string>& paths) {
+        if (pattern.empty()) return {};
+        const std::vector<std::string>& images = options_.images;
+        for (std::size_t i = 0; i < images.size(); ++i) {
+            paths.push_back(expandOverlayPath(pattern, images[i], i + 1));
+            std::string message = inputs_.overwrittenBy(option, paths.back());
+            if (!message.empty()) return message;
+        }
+        const bool placed = paths.size() < 2 || paths[0] != pattern;
+        if (!placed) {
+            return std::string(option) + ": " + inQuotes(pattern) + " is one file for " +
+                   std::to_string(images.size()) + " images; allowed is a name with {name} or {n} in it";
+        }
+        for (std::size_t i = 0; i < paths.size(); ++i) {
+            const auto [other, isNew] = users_.emplace(spelling_.of(paths[i]), inQuotes(images[i]));
+            if (isNew) continue;
             return std::string(option) + ": " + inQuotes(paths[i]) + " would be written for " + other->second +
-                   " and for " + inQuotes(options.images[i]) +
+                   " and for " + inQuotes(images[i]) +
                    "; allowed is a file of its own for each, for example with {n} in its name";
         }
+        return {};
     }
-    return {};
-}
 
-/// One path per image from the pattern of an option.
-std::string settlePaths(const char* option, const std::string& pattern, const CommandOptions& options,
-                        std::vector<std::string>& paths, Users& users) {
-    if (pattern.empty()) return {};
-    for (std::size_t i = 0; i < options.images.size(); ++i) {
-        paths.push_back(expandOverlayPath(pattern, options.images[i], i + 1));
-        const std::string message = overwritesInput(option, paths.back(), options);
-        if (!message.empty()) return message;
-    }
-    const bool placed = paths.size() < 2 || paths[0] != pattern;
-    if (!placed) {
-        return std::string(option) + ": " + inQuotes(pattern) + " is one file for " +
-               std::to_string(options.images.size()) + " images; allowed is a name with {name} or {n} in it";
-    }
-    return checkDistinct(option, paths, options, users);
-}
+ private:
+    CommandOptions& options_;
+    Inputs inputs_;
+    Spelling spelling_;
+    std::unordered_map<std::string, std::string> users_;  ///< whose a path is, by its spelling
+};
 
 }  // namespace
 
@@ -111,23 +163,13 @@ std::string expandOverlayPath(const std::string& pattern, const std::string& ima
 
 std::string settleOutputs(const std::string& overlayPattern, const std::string& reportPattern,
                           CommandOptions& options) {
-    Users users;
-    if (!options.json.empty() && options.json != "-") {
-        const std::string message = overwritesInput("--json", options.json, options);
-        if (!message.empty()) return message;
-        users.emplace(oneSpelling(options.json), "--json");
-    }
-    if (!options.trace.empty()) {
-        const std::string file = traceFileOf(options.trace);
-        const std::string message = overwritesInput("--trace", file, options);
-        if (!message.empty()) return message;
-        if (!users.emplace(oneSpelling(file), "--trace").second) {
-            return "--trace: " + inQuotes(file) + " is the file of --json too; allowed is any other file";
-        }
-    }
-    const std::string message = settlePaths("--overlay", overlayPattern, options, options.overlays, users);
-    if (!message.empty()) return message;
-    return settlePaths("--report", reportPattern, options, options.reports, users);
+    Outputs outputs(options);
+    std::string message;
+    if (!options.json.empty() && options.json != "-") message = outputs.addFile("--json", options.json);
+    if (message.empty() && !options.trace.empty()) message = outputs.addFile("--trace", traceFileOf(options.trace));
+    if (message.empty()) message = outputs.addImages("--overlay", overlayPattern, options.overlays);
+    if (message.empty()) message = outputs.addImages("--report", reportPattern, options.reports);
+    return message;
 }
 
 }  // namespace qvtool

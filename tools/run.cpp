@@ -15,6 +15,7 @@
 #include "tools/overlay_paths.h"
 #include "tools/result_json.h"
 #include "tools/text.h"
+#include "tools/text_file.h"
 #include "tools/trace_file.h"
 
 #include <unistd.h>
@@ -78,7 +79,7 @@ class Run {
             return kOutputFailed;
         }
         if (pictureFailed_) return kOutputFailed;
-        if (unreadable_ == options_.images.size()) return kNoImageRead;
+        if (unreadable_ > 0 && unreadable_ == options_.images.size()) return kNoImageRead;
         return unreadable_ + refused_ > 0 ? kSomeImagesFailed : kRan;
     }
 
@@ -126,7 +127,8 @@ class Run {
             console_.say("--trace: " + inQuotes(traceFileOf(options_.trace)) +
                          " does not hold the whole trace; allowed is a file with room for all of it");
         }
-        if (json_) json_->write(toJson(report, options_.images.size() > 1));
+        if (!options_.seconds) report.seconds.reset();
+        if (json_) json_->write(toJson(report, options_.jsonLines));
         if (searched && !options_.overlays.empty()) draw(image, report, options_.overlays[index]);
         // A refused image has a page too: it shows how far the search came.
         if (wasRead && !options_.reports.empty()) writePage(image, report, seen, options_.reports[index]);

@@ -155,7 +155,7 @@ TEST(BlankCommandLine, EachRefusalNamesOptionValueAndWhatIsAllowed) {
 TEST(BlankCommandLine, EachSubcommandHasItsOwnOptions) {
     EXPECT_EQ(refused({"--width", "3"}),
               "'--width' is not an option; allowed are --street-width, --min-length, --direction, --mask, "
-              "--grey-weights, --report, --max, --json, --overlay, --help");
+              "--grey-weights, --report, --max, --json, --overlay, --files-from, --shard, --no-seconds, --help");
     EXPECT_EQ(refused({"--trace", "t"}).substr(0, 26), "'--trace' is not an option");
     EXPECT_EQ(refused({"--width="}).substr(0, 27), "'--width=' is not an option");
     const ParsedCommandLine find = parseCommandLine({"find", "--street-width", "3", "a.png"});

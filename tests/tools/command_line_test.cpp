@@ -56,6 +56,9 @@ TEST(CommandLine, Defaults) {
     EXPECT_EQ(options.client, (std::array<double, 6>{1, 0, 0, 1, 0, 0}));
     EXPECT_EQ(options.json, "-");
     EXPECT_TRUE(options.overlays.empty());
+    EXPECT_EQ(options.filesFrom, "");
+    EXPECT_TRUE(options.seconds);
+    EXPECT_FALSE(options.jsonLines);
 }
 
 TEST(CommandLine, EveryOptionIsTaken) {
@@ -162,12 +165,18 @@ TEST(CommandLine, MissingAndRepeatedValues) {
               "--json: its value is missing; allowed is a file name, or - for standard output (see qvstreet --help)");
     EXPECT_EQ(refusedCall({"find", "--max", "3", "--max", "3", "a.png"}),
               "--max: was given 2 times; allowed is once (see qvstreet --help)");
+    EXPECT_EQ(refusedCall({"find", "--no-seconds", "a.png", "--no-seconds"}),
+              "--no-seconds: was given 2 times; allowed is once (see qvstreet --help)");
+    const std::string noValue = "--no-seconds: takes no value; allowed is the bare option (see qvstreet --help)";
+    EXPECT_EQ(refusedCall({"find", "--no-seconds=false", "a.png"}), noValue);
+    EXPECT_EQ(refusedCall({"find", "--no-seconds=", "a.png"}), noValue);
+    EXPECT_EQ(refusedCall({"find", "a.png", "--width", "--no-seconds"}).find("takes no value"), std::string::npos);
 }
 
 TEST(CommandLine, UnknownOptionsAndSubcommands) {
     EXPECT_EQ(refused({"--bogus"}),
               "'--bogus' is not an option; allowed are --mode, --width, --range-x, --range-y, --sharpness, --polarity, "
-              "--max, --client, --json, --overlay, --trace, --help");
+              "--max, --client, --json, --overlay, --trace, --files-from, --shard, --no-seconds, --help");
     EXPECT_EQ(refused({"-x"}).substr(0, 21), "'-x' is not an option");
     EXPECT_EQ(refused({"--wid", "3"}).substr(0, 24), "'--wid' is not an option");
     EXPECT_EQ(refusedCall({"bogus", "a.png"}),
@@ -176,8 +185,8 @@ TEST(CommandLine, UnknownOptionsAndSubcommands) {
     EXPECT_EQ(refusedCall({"--mode", "ridge", "find", "a.png"}).substr(0, 30), "'--mode' is not an option here");
     EXPECT_EQ(refusedCall({}),
               "no subcommand was given; allowed are find, streets, angles, inspect and blank (see qvstreet --help)");
-    EXPECT_EQ(refusedCall({"find"}), "no image was given; allowed is one or more image files");
-    EXPECT_EQ(refusedCall({"find", "--"}), "no image was given; allowed is one or more image files");
+    EXPECT_EQ(refusedCall({"find"}), "no image was given; allowed is one or more image files, or --files-from");
+    EXPECT_EQ(refusedCall({"find", "--"}), "no image was given; allowed is one or more image files, or --files-from");
 }
 
 TEST(CommandLine, HelpNamesEveryOptionAndStatusAndShowsExamples) {
@@ -186,8 +195,9 @@ TEST(CommandLine, HelpNamesEveryOptionAndStatusAndShowsExamples) {
         EXPECT_FALSE(parsed.run);
         EXPECT_EQ(parsed.status, 0);
         EXPECT_EQ(parsed.message, "");
-        for (const char* words : {"--mode", "--width", "--range-x", "--range-y", "--sharpness", "--polarity", "--max",
-                                  "--client", "--json", "--overlay", "Examples:", "Exit status: 0 ran", "BT.601"}) {
+        for (const char* words :
+             {"--mode", "--width", "--range-x", "--range-y", "--sharpness", "--polarity", "--max", "--client", "--json",
+              "--overlay", "--files-from", "--shard", "--no-seconds", "Examples:", "Exit status: 0 ran", "BT.601"}) {
             EXPECT_NE(parsed.output.find(words), std::string::npos) << subcommand << " " << words;
         }
         EXPECT_NE(parsed.output.find(std::string("Usage: qvstreet ") + subcommand + " [OPTIONS] IMAGE..."),
