@@ -1,0 +1,33 @@
+/// @file
+/// A street finder for several threads of Python.
+#ifndef QVSTREET_PYTHON_BINDINGS_LOCKED_FINDER_H
+#define QVSTREET_PYTHON_BINDINGS_LOCKED_FINDER_H
+
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "qvstreet/platform/angle.h"
+#include "qvstreet/platform/pel_buffer.h"
+#include "qvstreet/streetfinder/street_finder.h"
+
+/// One finder, its calls one after the other. All are to be called with the interpreter lock; they let go of it for as
+/// long as they wait or work. Nobody waits for the finder's lock while holding the interpreter's, so that the one who
+/// works may come back to Python.
+class LockedFinder {
+ public:
+    explicit LockedFinder(const qvStreetFinderParams& params) : finder_(params) {}
+
+    /// @throws as `qvStreetFinder`
+    void setImage(const qvPelBuffer_const<unsigned char>& image);
+    std::vector<qvStreetFinderStreetCrossResult> find();
+    std::vector<qvStreetFinderSingleStreetResult> findSingleStreet();
+    /// The angles with their scores.
+    std::vector<std::pair<qvRadian, double>> angles(long count);
+
+ private:
+    std::mutex mutex_;
+    qvStreetFinder finder_;
+};
+
+#endif

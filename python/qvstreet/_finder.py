@@ -1,0 +1,236 @@
+"""The street finder and the blank region finder."""
+
+from __future__ import annotations
+
+from collections.abc import Iterable
+from typing import Any, Tuple, overload
+
+from . import _qvstreet
+from ._params import BlankRegionDirection, Pair, Polarity, RunMode, StreetFinderParams, Width, choice, count
+from ._results import BlankRegion, Corners, ResultStatus, SingleStreet, StreetAngle, StreetCrossing
+
+Image = Any
+"""Whatever shows its memory as (height, width) unsigned bytes; Python's types cannot say so."""
+
+ClientTransform = Tuple[float, float, float, float, float, float]
+
+
+class StreetFinder:
+    """Finds streets and their crossings in 8-bit grey images of wafers.
+
+        finder = StreetFinder(mode="coarse", width=20)
+        finder.set_image(image)              # the work that depends on the image alone
+        finder.find()                        # any number of times, cheap
+        finder.find_single_streets()
+
+    Takes a `StreetFinderParams`, or the keywords of one. Keep a finder for a series of images: it uses its working
+    memory again for each.
+
+    The interpreter lock is released while a finder works, so that finders in several threads run side by side. Calls of
+    several threads to one finder wait for one another.
+    """
+
+    __slots__ = ("_params", "_finder", "__weakref__")
+
+    @overload
+    def __init__(self, params: StreetFinderParams | None) -> None: ...
+
+    @overload
+    def __init__(
+        self,
+        *,
+        mode: RunMode | str = RunMode.EDGE,
+        width: Width = 10.0,
+        range_x: Pair | None = None,
+        range_y: Pair | None = None,
+        sharpness: float = 5.0,
+        polarity: Polarity | str = Polarity.ANY,
+        max_results: int = 100,
+    ) -> None: ...
+
+    def __init__(self, params: StreetFinderParams | None = None, **members: Any) -> None:
+        if params is not None and members:
+            raise TypeError("StreetFinder takes a StreetFinderParams or its keywords, not both")
+        self._params = params if params is not None else StreetFinderParams(**members)
+        p = self._params
+        self._finder = _qvstreet.Finder(
+            _qvstreet.RUN_MODES[p.mode.value],
+            p.width,
+            p.range_x,
+            p.range_y,
+            p.sharpness,
+            _qvstreet.POLARITIES[p.polarity.value],
+            p.max_results,
+        )
+
+    @property
+    def params(self) -> StreetFinderParams:
+        """The parameters that it was made with."""
+        return self._params
+
+    def set_image(
+        self, image: Image, *, offset: tuple[int, int] = (0, 0), client_transform: ClientTransform | None = None
+    ) -> None:
+        """Binds an image, which stays in use and must not be changed until the next `set_image`; it is not copied.
+
+        image             (height, width) unsigned bytes, the pels of a row adjacent; rows may be padded or bottom-up
+        offset            image coordinates (x, y) of the first pel: of a slice image[y:, x:], that results may be in the
+                          frame of the whole image; at most 32 bits each
+        client_transform  (a, b, c, d, tx, ty): client x = a x + b y + tx, client y = c x + d y + ty for a point (x, y) of
+                          the image frame. Positions, widths and sharpness are in client units. The identity by default
+
+        Raises TypeError for what is not an image of unsigned bytes, ValueError for a shape, size or strides that cannot be
+        taken, qvStreetFinderDefs.BadParams for a client transform that turns the x axis by more than 5 degrees; the image
+        bound before stays usable after these. Raises qvMatrixErr.Singular for a client transform without inverse and for an
+        image with a side of 5 pels, which leaves nothing to sample, and qvPel.BadSize for sizes that cannot be sampled:
+        nothing is found then until the next good image.
+        """
+        self._finder.set_image(image, _offset(offset), _client_transform(client_transform))
+
+    def find(self) -> list[StreetCrossing]:
+        """Street crossings, best first, at most `max_results`; an empty list if there are none. In client units.
+
+        Raises qvStreetFinderDefs.UnboundImage before the first `set_image`; in "ridge" mode qvPel.BadSize for a width of
+        about 1365 client units and more.
+        """
+        return [_crossing(*members) for members in self._finder.find()]
+
+    def find_single_streets(self) -> list[SingleStreet]:
+        """Single streets, best first, at most `max_results`; an empty list if there are none. In client units.
+
+        Raises qvStreetFinderDefs.UnboundImage before the first `set_image`.
+        """
+        return [
+            SingleStreet(score, degrees, segments, ResultStatus(status))
+            for score, degrees, segments, status in self._finder.find_single_streets()
+        ]
+
+    def angles(self, max_results: int = 100) -> list[StreetAngle]:
+        """Directions in which streets may run, strongest first, at most `max_results`; neither folded nor paired.
+
+        Raises qvStreetFinderDefs.BadParams for a `max_results` of 0 or less, qvStreetFinderDefs.UnboundImage before the
+        first `set_image`.
+        """
+        return [StreetAngle(degrees, score) for degrees, score in self._finder.angles(count(max_results))]
+
+    def __repr__(self) -> str:
+        return f"StreetFinder({self._params!r})"
+
+
+def _offset(value: tuple[int, int]) -> tuple[int, int]:
+    try:
+        x, y = value
+        return (count(x), count(y))
+    except (TypeError, ValueError):
+        raise ValueError(f"offset is {value!r}; expected two whole numbers (x, y)") from None
+
+
+def _client_transform(value: ClientTransform | None) -> ClientTransform | None:
+    if value is None:
+        return None
+    try:
+        a, b, c, d, tx, ty = value
+        return (float(a), float(b), float(c), float(d), float(tx), float(ty))
+    except (TypeError, ValueError):
+        raise ValueError(f"client_transform is {value!r}; expected six numbers (a, b, c, d, tx, ty)") from None
+
+
+def _crossing(
+    x: float,
+    y: float,
+    score: float,
+    horizontal: float,
+    vertical: float,
+    corners: tuple[Pair, Pair, Pair, Pair],
+    segments: tuple[tuple[float, float, float, float], ...],
+    status: str,
+) -> StreetCrossing:
+    return StreetCrossing(x, y, score, horizontal, vertical, Corners(*corners), segments, ResultStatus(status))
+
+
+def _finder_on(
+    image: Image, members: dict[str, Any], offset: tuple[int, int], client_transform: ClientTransform | None
+) -> StreetFinder:
+    finder = StreetFinder(**members)
+    finder.set_image(image, offset=offset, client_transform=client_transform)
+    return finder
+
+
+def find_crossings(
+    image: Image,
+    *,
+    mode: RunMode | str = RunMode.EDGE,
+    width: Width = 10.0,
+    range_x: Pair | None = None,
+    range_y: Pair | None = None,
+    sharpness: float = 5.0,
+    polarity: Polarity | str = Polarity.ANY,
+    max_results: int = 100,
+    offset: tuple[int, int] = (0, 0),
+    client_transform: ClientTransform | None = None,
+) -> list[StreetCrossing]:
+    """Street crossings of one image, best first, in client units (pels without a client transform).
+
+    The parameters are those of `StreetFinderParams` and `StreetFinder.set_image`; so are the errors raised. For a series of
+    images keep a `StreetFinder`.
+    """
+    members = dict(mode=mode, width=width, range_x=range_x, range_y=range_y, sharpness=sharpness, polarity=polarity)
+    return _finder_on(image, {**members, "max_results": max_results}, offset, client_transform).find()
+
+
+def find_single_streets(
+    image: Image,
+    *,
+    mode: RunMode | str = RunMode.EDGE,
+    width: Width = 10.0,
+    range_x: Pair | None = None,
+    range_y: Pair | None = None,
+    sharpness: float = 5.0,
+    polarity: Polarity | str = Polarity.ANY,
+    max_results: int = 100,
+    offset: tuple[int, int] = (0, 0),
+    client_transform: ClientTransform | None = None,
+) -> list[SingleStreet]:
+    """Single streets of one image, best first, in client units (pels without a client transform).
+
+    The parameters are those of `StreetFinderParams` and `StreetFinder.set_image`; so are the errors raised. For a series of
+    images keep a `StreetFinder`.
+    """
+    members = dict(mode=mode, width=width, range_x=range_x, range_y=range_y, sharpness=sharpness, polarity=polarity)
+    return _finder_on(image, {**members, "max_results": max_results}, offset, client_transform).find_single_streets()
+
+
+def find_blank_regions(
+    image: Image,
+    *,
+    street_width: int,
+    min_length: int,
+    direction: BlankRegionDirection | str = BlankRegionDirection.HORIZONTAL,
+    mask: Image | None = None,
+    grey_weights: Iterable[float] | None = None,
+    max_results: int = 100,
+    offset: tuple[int, int] = (0, 0),
+) -> list[BlankRegion]:
+    """Stretches without structure in the image of one street, best first, in pels; an empty list if there are none.
+
+    image         (height, width) unsigned bytes, the street along its middle
+    street_width  width of the street, in pels; above 0
+    min_length    shortest stretch worth reporting, in pels; above 0
+    direction     "h": the street runs along the rows; "v": along the columns
+    mask          an image of the same shape, 255 where a region may lie and 0 where none may; everywhere by default. With
+                  "v" its row i belongs to the image's column i, so that both have to be square
+    grey_weights  256 numbers from 0 to 1: weight of a region by its mean grey level; all 1 by default
+    max_results   most regions, the best ones; above 0
+    offset        image coordinates (x, y) of the first pel
+
+    The interpreter lock is released during the search.
+
+    Raises qvStreetBlankRegionFinderDefs.BadParams (a ValueError) for a parameter or a mask that is refused, qvPel.BadSize for
+    a window of analysis larger than the image, TypeError and ValueError for what is not an image.
+    """
+    weights = [1.0] * 256 if grey_weights is None else [float(weight) for weight in grey_weights]
+    way = _qvstreet.DIRECTIONS[choice(BlankRegionDirection, "direction", direction).value]
+    found = _qvstreet.find_blank_regions(
+        image, mask, count(street_width), count(min_length), count(max_results), weights, way, _offset(offset)
+    )
+    return [BlankRegion(*members) for members in found]

@@ -1,0 +1,50 @@
+from typing import Any
+
+_Pair = tuple[float, float]
+_Segments = tuple[tuple[float, float, float, float], ...]
+
+__version__: str
+RUN_MODES: dict[str, int]
+POLARITIES: dict[str, int]
+DIRECTIONS: dict[str, int]
+
+def checked_params(
+    mode: int,
+    width: _Pair,
+    range_x: _Pair,
+    range_y: _Pair,
+    sharpness: float,
+    polarity: int,
+    max_results: int,
+) -> tuple[_Pair, _Pair, _Pair, float, int]: ...
+def find_blank_regions(
+    image: Any,
+    mask: Any,
+    street_width: int,
+    min_length: int,
+    max_results: int,
+    grey_weights: list[float],
+    direction: int,
+    offset: tuple[int, int],
+) -> list[tuple[int, int, int, int, float, float]]: ...
+def raise_error(name: str) -> None: ...
+
+class Finder:
+    def __init__(
+        self,
+        mode: int,
+        width: _Pair,
+        range_x: _Pair,
+        range_y: _Pair,
+        sharpness: float,
+        polarity: int,
+        max_results: int,
+    ) -> None: ...
+    def set_image(
+        self, image: Any, offset: tuple[int, int], client_transform: tuple[float, float, float, float, float, float] | None
+    ) -> None: ...
+    def find(
+        self,
+    ) -> list[tuple[float, float, float, float, float, tuple[_Pair, _Pair, _Pair, _Pair], _Segments, str]]: ...
+    def find_single_streets(self) -> list[tuple[float, float, _Segments, str]]: ...
+    def angles(self, max_results: int) -> list[tuple[float, float]]: ...
