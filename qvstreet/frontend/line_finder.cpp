@@ -41,13 +41,13 @@ qvVector<2> movedInside(qvVector<2> from, const qvVector<2>& to, double maxX, do
     for (int round = 0; round < kMostClippingRounds; ++round) {
         const qvVector<2> d = to - from;
         if (from.x() < 0.0) {
-            from += d * ((kInset - from.x()) / d.x());
+            from += d * (kInset - from.x()) / d.x();
         } else if (from.x() > maxX) {
-            from += d * (((maxX - kInset) - from.x()) / d.x());
+            from += d * ((maxX - kInset) - from.x()) / d.x();
         } else if (from.y() < 0.0) {
-            from += d * ((kInset - from.y()) / d.y());
+            from += d * (kInset - from.y()) / d.y();
         } else if (from.y() > maxY) {
-            from += d * (((maxY - kInset) - from.y()) / d.y());
+            from += d * ((maxY - kInset) - from.y()) / d.y();
         } else {
             return from;
         }

@@ -50,11 +50,13 @@ void qvFrequencyFilterGabor::set(const qvPair<double>& frequencySigmas, const qv
     angle_ = filterAngle;
     centreFrequency_ = centreFrequency;
     if (size_ != size) {
-        size_ = size;
+        // Known only when all of it fits: a filter whose tables could not be made starts anew.
+        size_ = qvPair<long>(0, 0);
         fillFrequencies(size.first, frequenciesU_);
         fillFrequencies(size.second, frequenciesV_);
         columnSteps_.resize(frequenciesU_.size());
         rowSteps_.resize(frequenciesV_.size() - frequenciesV_.size() % kGaborBlock);
+        size_ = size;
     }
     update();
 }
