@@ -2,8 +2,13 @@
 
 # What a build of the library and the command needs.
 QV_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libpng-dev libtiff-dev libturbojpeg0-dev libcli11-dev nlohmann-json3-dev)
-# What the tests need on top. Octave reads the trace, Chromium opens the report; without them those tests are skipped.
-QV_TEST_PACKAGES=(libgtest-dev libbenchmark-dev locales octave chromium chromium-driver python3)
+# What the tests need on top. All but the first two only let tests run that are skipped without them: Octave reads the
+# trace, Chromium opens the report, a second compiler and one for Windows (with Wine) compile what hosts compile.
+QV_TEST_PACKAGES=(libgtest-dev libbenchmark-dev locales octave chromium chromium-driver
+    clang g++-mingw-w64-x86-64-posix wine64 googletest
+    abigail-tools dpkg-dev doxygen man-db groff bash-completion file
+    python3 python3-dev pybind11-dev python3-numpy python3-pil python3-matplotlib python3-pytest mypy
+    python3-pip python3-venv python3-setuptools python3-wheel python3-distributed)
 # What the benchmarks need on top; OpenCV and FFTW are the yardsticks that our times are put beside.
 QV_BENCH_PACKAGES=(libbenchmark-dev libopencv-dev libfftw3-dev)
 

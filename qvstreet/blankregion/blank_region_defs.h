@@ -29,6 +29,7 @@ class QV_EXPORT qvStreetBlankRegionFinderDefs {
 class QV_EXPORT qvStreetBlankRegionFinderDefs::Errors : public qvExceptionWithString {
     QV_EXCEPTION_LEVEL(Errors)
  protected:
+    /// With an empty message `what()` answers the class name.
     explicit Errors(const std::wstring& message = std::wstring());
 };
 
@@ -36,6 +37,7 @@ class QV_EXPORT qvStreetBlankRegionFinderDefs::Errors : public qvExceptionWithSt
 class QV_EXPORT qvStreetBlankRegionFinderDefs::BadParams : public qvStreetBlankRegionFinderDefs::Errors {
     QV_EXCEPTION_CLASS(BadParams)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit BadParams(const std::wstring& message = std::wstring());
 };
 

@@ -3,6 +3,7 @@
 #ifndef QVSTREET_FRONTEND_BILINEAR_H
 #define QVSTREET_FRONTEND_BILINEAR_H
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -23,7 +24,8 @@ inline qv_bilinearCell qf_bilinearCell(float coordinate) {
         return {below, coordinate - static_cast<float>(below)};
     }
     const float below = std::floor(coordinate);
-    return {qfTruncate(static_cast<double>(below)), coordinate - below};
+    // One pel on, it still is a number of 32 bits.
+    return {std::min(qfTruncate(static_cast<double>(below)), 2147483646L), coordinate - below};
 }
 
 /// The value at `point`, pel (i, j) having its centre at (i + 0.5, j + 0.5). `pel(column, row)` answers for every whole

@@ -36,7 +36,7 @@ qvPelBuffer_const<double> gaussKernel(double sigma) {
     const double d = 2.0 * sigma * sigma;
     double sum = 0.0;
     for (long i = -n; i <= n; ++i) {
-        middle[i] = std::exp(static_cast<double>(-(i * i)) / d);
+        middle[i] = std::exp(-(static_cast<double>(i) * static_cast<double>(i)) / d);
         sum += std::fabs(middle[i]);
     }
     if (sum > 0.0)
@@ -52,7 +52,8 @@ qvPelBuffer_const<double> gaussDerivativeKernel(double sigma) {
     const double scale = 1.0 / (std::sqrt(qvTwoPi) * sigma * sigma * sigma);
     double sum = 0.0;
     for (long i = -n; i < 0; ++i) {
-        middle[i] = static_cast<double>(i) * scale * std::exp(static_cast<double>(-(i * i)) / (2.0 * sigma * sigma));
+        middle[i] = static_cast<double>(i) * scale *
+                    std::exp(-(static_cast<double>(i) * static_cast<double>(i)) / (2.0 * sigma * sigma));
         // deliberate: the sum has the left half only; pinned by DiffOfGauss1D.MagnitudesOfEachHalfSumToOne
         sum += std::fabs(middle[i]);
     }

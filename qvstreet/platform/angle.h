@@ -34,6 +34,7 @@ class QV_EXPORT qvRadian {
     /// The same direction in [-pi, pi), so that half a turn gives -pi; NaN for an angle that is not finite.
     qvRadian signedNorm() const;
 
+    /// Plain arithmetic and comparison of the numbers; nothing is folded.
     constexpr qvRadian operator-() const { return qvRadian(-value_); }
     constexpr qvRadian operator+(qvRadian other) const { return qvRadian(value_ + other.value_); }
     constexpr qvRadian operator-(qvRadian other) const { return qvRadian(value_ - other.value_); }
@@ -62,6 +63,7 @@ class QV_EXPORT qvDegree {
     /// The same direction in [-180, 180), so that half a turn gives -180; NaN for an angle that is not finite.
     qvDegree signedNorm() const;
 
+    /// Plain arithmetic and comparison of the numbers; nothing is folded.
     constexpr qvDegree operator-() const { return qvDegree(-value_); }
     constexpr qvDegree operator+(qvDegree other) const { return qvDegree(value_ + other.value_); }
     constexpr qvDegree operator-(qvDegree other) const { return qvDegree(value_ - other.value_); }

@@ -30,11 +30,13 @@ struct qv_IsArchivedEnumeration<Type, true> : std::is_same<std::underlying_type_
 template <class Enumeration>
 using qv_EnableForEnumeration = std::enable_if_t<qv_IsArchivedEnumeration<Enumeration>::value, qvArchive&>;
 
+/// Stores an enumeration as a 32-bit integer.
 template <class Enumeration>
 qv_EnableForEnumeration<Enumeration> operator<<(qvArchive& archive, Enumeration value) {
     return archive << static_cast<std::int32_t>(value);
 }
 
+/// Loads an enumeration from a 32-bit integer; any value is taken, also one without a name.
 template <class Enumeration>
 qv_EnableForEnumeration<Enumeration> operator>>(qvArchive& archive, Enumeration& value) {
     std::int32_t number = 0;
@@ -43,6 +45,7 @@ qv_EnableForEnumeration<Enumeration> operator>>(qvArchive& archive, Enumeration&
     return archive;
 }
 
+/// Stores or loads an enumeration as a 32-bit integer.
 template <class Enumeration>
 qv_EnableForEnumeration<Enumeration> operator||(qvArchive& archive, Enumeration& value) {
     return qf_archiveEnumeration(archive, value);

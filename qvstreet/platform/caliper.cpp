@@ -151,19 +151,28 @@ qvVector<2> qvCaliperBaseResultSet::mapPositionToPoint(double position) const {
     return centre + rect_.xSide() * (position / rect_.xLength());
 }
 
+/// Fills in what only a run may fill in.
+struct qv_CaliperRun {
+    static qvCaliperResultSet resultsOf(const qvPelBuffer_const<unsigned char>& image,
+                                        const qvAffineSamplingParams& sampling, const qvCaliperRunParams& params) {
+        const qv_CaliperProfile profile = qf_caliperProfile(image, sampling);
+        const qv_CaliperStrengths strengths = qf_caliperStrengths(profile, params.filterHalfSize());
+
+        qvCaliperResultSet found;
+        found.rect_ = sampling.affineRectangle();
+        found.resultEdges_ =
+            edgesOf(strengths, params.contrastThreshold(), found.rect_.xLength(), sampling.xNumSamples());
+
+        qvScoreContrast shareOfFullContrast(kFullContrast, 0.0, 0.0, 1.0, 0.0);
+        std::vector<qvCaliperScore*> methods = params.scoringMethods();
+        if (methods.empty()) methods.push_back(&shareOfFullContrast);
+        found.results_ = params.numEdges() == 1 ? singleEdges(found.resultEdges_, params, methods)
+                                                : edgePairs(found.resultEdges_, params, methods);
+        return found;
+    }
+};
+
 void qfCaliperRun(const qvPelBuffer_const<unsigned char>& image, const qvAffineSamplingParams& sampling,
                   const qvCaliperRunParams& params, qvCaliperResultSet& results, qvDiagObject*, std::uint32_t) {
-    const qv_CaliperProfile profile = qf_caliperProfile(image, sampling);
-    const qv_CaliperStrengths strengths = qf_caliperStrengths(profile, params.filterHalfSize());
-
-    qvCaliperResultSet found;
-    found.rect_ = sampling.affineRectangle();
-    found.resultEdges_ = edgesOf(strengths, params.contrastThreshold(), found.rect_.xLength(), sampling.xNumSamples());
-
-    qvScoreContrast shareOfFullContrast(kFullContrast, 0.0, 0.0, 1.0, 0.0);
-    std::vector<qvCaliperScore*> methods = params.scoringMethods();
-    if (methods.empty()) methods.push_back(&shareOfFullContrast);
-    found.results_ = params.numEdges() == 1 ? singleEdges(found.resultEdges_, params, methods)
-                                            : edgePairs(found.resultEdges_, params, methods);
-    results = std::move(found);
+    results = qv_CaliperRun::resultsOf(image, sampling, params);
 }

@@ -22,6 +22,7 @@ class qvCaliperResultSet;
 class qvCaliperRunParams;
 class qvDiagObject;
 class qvGraphicList;
+struct qv_CaliperRun;
 
 /// Runs a caliper over the rectangle of `sampling`.
 ///
@@ -94,6 +95,7 @@ class QV_EXPORT qvCaliperScore {
     qvCaliperScore(double x0, double x1, double xc, double y0, double y1);
     virtual ~qvCaliperScore();
 
+    /// The numbers, as given.
     double x0() const { return x0_; }
     double x1() const { return x1_; }
     double xc() const { return xc_; }
@@ -250,8 +252,7 @@ class QV_EXPORT qvCaliperBaseResultSet {
     const qvAffineRectangle& region() const { return rect_; }
 
  private:
-    friend QV_EXPORT void qfCaliperRun(const qvPelBuffer_const<unsigned char>&, const qvAffineSamplingParams&,
-                                       const qvCaliperRunParams&, qvCaliperResultSet&, qvDiagObject*, std::uint32_t);
+    friend struct qv_CaliperRun;
 
     qvAffineRectangle rect_;
     std::vector<qvCaliperOneResult> results_;
@@ -271,8 +272,7 @@ class QV_EXPORT qvCaliperResultSet : public qvCaliperBaseResultSet {
     void draw(qvGraphicList& list, std::uint32_t flags, double size) const;
 
  private:
-    friend QV_EXPORT void qfCaliperRun(const qvPelBuffer_const<unsigned char>&, const qvAffineSamplingParams&,
-                                       const qvCaliperRunParams&, qvCaliperResultSet&, qvDiagObject*, std::uint32_t);
+    friend struct qv_CaliperRun;
 
     std::vector<qvCaliperResultEdge> resultEdges_;
 };

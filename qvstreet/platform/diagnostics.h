@@ -24,6 +24,7 @@ class QV_EXPORT qvDiagDefs {
 
 /// A curve of equally spaced values.
 struct qvDiagCurve {
+    /// Stands in the legend.
     std::wstring name;
     /// Position of the first value, and from each to the next, in the unit of the plot's x axis.
     double start = 0.0;
@@ -35,6 +36,7 @@ struct qvDiagCurve {
 
 /// Something marked in a plot.
 struct qvDiagMark {
+    /// What is marked.
     enum qeKind : std::int32_t {
         /// A position on the x axis: `from`.
         ePosition = 0,
@@ -46,6 +48,7 @@ struct qvDiagMark {
         ePoint = 3
     };
 
+    /// Which mark, where in the units of the axes (see `qeKind`), its colour, and what is written beside it.
     qeKind kind = ePosition;
     double from = 0.0;
     double to = 0.0;
@@ -55,6 +58,7 @@ struct qvDiagMark {
 
 /// Curves over one pair of axes.
 struct qvDiagPlot {
+    /// Stands above the plot.
     std::wstring label;
     /// What the axes count, with the unit.
     std::wstring xTitle;
@@ -65,15 +69,19 @@ struct qvDiagPlot {
 
 /// Rows of cells under a heading.
 struct qvDiagTable {
+    /// Stands above the table.
     std::wstring label;
+    /// One cell for each column; `rows` likewise, row by row.
     std::vector<std::wstring> heading;
     std::vector<std::vector<std::wstring>> rows;
 };
 
 /// One thing that was attached to a record.
 struct qvDiagEntry {
+    /// Which of the members below holds it.
     enum qeKind : std::int32_t { eText = 0, eGraphics = 1, eSketch = 2, ePlot = 3, eTable = 4 };
 
+    /// Which kind it is, and what stands above it.
     qeKind kind = eText;
     std::wstring label;
     /// Of a text.

@@ -25,9 +25,11 @@ class qvColor {
     constexpr qvColor() = default;
     /// The grey of that level, 0 black to 255 white.
     constexpr explicit qvColor(unsigned char level) : red_(level), green_(level), blue_(level) {}
+    /// Red, green and blue, each from 0 to 255.
     constexpr qvColor(unsigned char red, unsigned char green, unsigned char blue)
         : red_(red), green_(green), blue_(blue) {}
 
+    /// The parts, each from 0 to 255.
     constexpr unsigned char red() const { return red_; }
     constexpr unsigned char green() const { return green_; }
     constexpr unsigned char blue() const { return blue_; }
@@ -37,6 +39,7 @@ class qvColor {
     }
     friend constexpr bool operator!=(const qvColor& a, const qvColor& b) { return !(a == b); }
 
+    /// The colours that the library draws with.
     static const qvColor redColor;
     static const qvColor greenColor;
     static const qvColor dkGreenColor;
@@ -69,6 +72,7 @@ class QV_EXPORT qvDisplay {
 
 /// One shape of a sketch.
 struct qvShape {
+    /// What is drawn, and from which of the members.
     enum qeKind : std::int32_t {
         /// A mark at `p1`, of the same size at every magnification.
         ePointIcon = 0,
@@ -84,6 +88,7 @@ struct qvShape {
         eText = 5
     };
 
+    /// Which shape, and its colour.
     qeKind kind = ePointIcon;
     qvColor color;
     /// One of `qvUITablet::Layers`; writers draw lower layers first.
@@ -122,10 +127,13 @@ class qvPtrHandle {
             throw;
         }
     }
+    /// Another handle of the same object.
     qvPtrHandle(const qvPtrHandle& other) : counted_(other.counted_) {
         if (counted_ != nullptr) qfInterlockedIncrement(counted_->count);
     }
+    /// Takes the object over; `other` is empty then.
     qvPtrHandle(qvPtrHandle&& other) noexcept : counted_(other.counted_) { other.counted_ = nullptr; }
+    /// Lets go of the object held before.
     qvPtrHandle& operator=(qvPtrHandle other) noexcept {
         Counted* const mine = counted_;
         counted_ = other.counted_;
@@ -143,6 +151,7 @@ class qvPtrHandle {
     /// Not checked: there must be an object.
     T& operator*() const { return *counted_->object; }
     T* operator->() const { return counted_->object; }
+    /// Whether there is an object.
     explicit operator bool() const { return counted_ != nullptr; }
 
  private:
@@ -169,6 +178,7 @@ class qvGenRect {};
 template <typename Geometry, typename Outline>
 class qvGraphicWithFill;
 
+/// A rectangle, as an outline or filled.
 template <>
 class QV_EXPORT qvGraphicWithFill<qvRect, qvGenRect> : public qvGraphic {
  public:
@@ -187,6 +197,7 @@ class QV_EXPORT qvUISketch {
     qvUISketch() = default;
     explicit qvUISketch(std::vector<qvShape> shapes) : shapes_(std::move(shapes)) {}
 
+    /// The shapes in the order in which they were drawn, and whether there is none.
     const std::vector<qvShape>& shapes() const { return shapes_; }
     bool isEmpty() const { return shapes_.empty(); }
 
@@ -229,11 +240,15 @@ class QV_EXPORT qvUITablet {
     /// Empty.
     qvUITablet() = default;
 
+    /// A mark of the same size at every magnification.
     void drawPointIcon(const qvVector<2>& point, const qvColor& color, long layer);
+    /// Two bars, one of them along `angle`; of the same size at every magnification.
     void drawCross(const qvVector<2>& centre, qvRadian angle, const qvColor& color, long layer);
     /// @param hasDisplaySize  whether `radius` is in pels of the display instead of units of the frame
     void drawCircle(const qvVector<2>& centre, double radius, const qvColor& color, long layer, bool hasDisplaySize);
+    /// A line between two points.
     void drawLineSeg(const qvVector<2>& p1, const qvVector<2>& p2, const qvColor& color, long layer);
+    /// A line between the ends of the segment.
     void draw(const qvLineSeg& segment, const qvColor& color, long layer);
     /// The outline of a rectangle.
     void draw(const qvRect& rect, const qvColor& color, long layer);

@@ -98,6 +98,7 @@ class QV_EXPORT qvExceptionWithString : public qvException {
     const std::wstring& message() const noexcept;
 
  protected:
+    /// With an empty message `what()` answers the class name.
     explicit qvExceptionWithString(const std::wstring& message = std::wstring());
     void dispatchSerialize(qvArchive& archive) override;
     void serialize_(qvArchive& archive, unsigned char version);
@@ -118,6 +119,7 @@ class QV_EXPORT qvExceptionWithString : public qvException {
 class QV_EXPORT qvInvariantFailure : public qvExceptionWithString {
     QV_EXCEPTION_CLASS(qvInvariantFailure)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit qvInvariantFailure(const std::wstring& message = std::wstring());
 };
 
@@ -135,6 +137,7 @@ inline void qf_assert(bool promise, const wchar_t* what) {
 class QV_EXPORT qvArchive::Errors : public qvExceptionWithString {
     QV_EXCEPTION_CLASS(Errors)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit Errors(const std::wstring& message = std::wstring());
 };
 
@@ -173,6 +176,7 @@ class QV_EXPORT qvPel {
 class QV_EXPORT qvPel::Errors : public qvExceptionWithString {
     QV_EXCEPTION_LEVEL(Errors)
  protected:
+    /// With an empty message `what()` answers the class name.
     explicit Errors(const std::wstring& message = std::wstring());
 };
 
@@ -180,6 +184,7 @@ class QV_EXPORT qvPel::Errors : public qvExceptionWithString {
 class QV_EXPORT qvPel::UnboundWindow : public qvPel::Errors {
     QV_EXCEPTION_CLASS(UnboundWindow)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit UnboundWindow(const std::wstring& message = std::wstring());
 };
 
@@ -187,6 +192,7 @@ class QV_EXPORT qvPel::UnboundWindow : public qvPel::Errors {
 class QV_EXPORT qvPel::BadSize : public qvPel::Errors {
     QV_EXCEPTION_CLASS(BadSize)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit BadSize(const std::wstring& message = std::wstring());
 };
 
@@ -194,6 +200,7 @@ class QV_EXPORT qvPel::BadSize : public qvPel::Errors {
 class QV_EXPORT qvPel::SizeMismatch : public qvPel::Errors {
     QV_EXCEPTION_CLASS(SizeMismatch)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit SizeMismatch(const std::wstring& message = std::wstring());
 };
 
@@ -208,6 +215,7 @@ class QV_EXPORT qvMatrixErr {
 class QV_EXPORT qvMatrixErr::Errors : public qvExceptionWithString {
     QV_EXCEPTION_LEVEL(Errors)
  protected:
+    /// With an empty message `what()` answers the class name.
     explicit Errors(const std::wstring& message = std::wstring());
 };
 
@@ -215,6 +223,7 @@ class QV_EXPORT qvMatrixErr::Errors : public qvExceptionWithString {
 class QV_EXPORT qvMatrixErr::Singular : public qvMatrixErr::Errors {
     QV_EXCEPTION_CLASS(Singular)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit Singular(const std::wstring& message = std::wstring());
 };
 
@@ -258,6 +267,7 @@ class QV_EXPORT qvPeak1dErr {
 class QV_EXPORT qvPeak1dErr::Errors : public qvExceptionWithString {
     QV_EXCEPTION_LEVEL(Errors)
  protected:
+    /// With an empty message `what()` answers the class name.
     explicit Errors(const std::wstring& message = std::wstring());
 };
 
@@ -265,6 +275,7 @@ class QV_EXPORT qvPeak1dErr::Errors : public qvExceptionWithString {
 class QV_EXPORT qvPeak1dErr::ImageTooSmall : public qvPeak1dErr::Errors {
     QV_EXCEPTION_CLASS(ImageTooSmall)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit ImageTooSmall(const std::wstring& message = std::wstring());
 };
 
@@ -279,6 +290,7 @@ class QV_EXPORT qvLSLineFitterErr {
 class QV_EXPORT qvLSLineFitterErr::Errors : public qvExceptionWithString {
     QV_EXCEPTION_LEVEL(Errors)
  protected:
+    /// With an empty message `what()` answers the class name.
     explicit Errors(const std::wstring& message = std::wstring());
 };
 
@@ -286,6 +298,7 @@ class QV_EXPORT qvLSLineFitterErr::Errors : public qvExceptionWithString {
 class QV_EXPORT qvLSLineFitterErr::UnstableErr : public qvLSLineFitterErr::Errors {
     QV_EXCEPTION_CLASS(UnstableErr)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit UnstableErr(const std::wstring& message = std::wstring());
 };
 

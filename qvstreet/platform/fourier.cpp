@@ -21,7 +21,7 @@ namespace {
 constexpr long kLanes = qv_FourierPlan::kLanes;
 
 /// Doubles from row to row: whole cache lines, an odd number of them.
-long rowUpdateFor(long width) { return ((width + kLanes - 1) / kLanes | 1) * kLanes; }
+std::int64_t rowUpdateFor(long width) { return ((std::int64_t{width} + kLanes - 1) / kLanes | 1) * kLanes; }
 
 /// A coordinate from zero frequency in the middle to zero frequency at 0.
 long fromCentred(long coordinate, long size) {
@@ -103,18 +103,18 @@ void qvFrequencyBuffer::swap(qvFrequencyBuffer& other) noexcept {
 }
 
 void qvFrequencyBuffer::resize(long width, long height) {
-    constexpr long kMostDoubles = std::numeric_limits<std::ptrdiff_t>::max() / 16;
+    constexpr std::int64_t kMostDoubles = std::numeric_limits<std::ptrdiff_t>::max() / 16;
     constexpr long kLongestSide = std::numeric_limits<std::int32_t>::max();
     if (width <= 0 || height <= 0 || width > kLongestSide || height > kLongestSide) throw qvPel::BadSize();
-    const long rowUpdate = rowUpdateFor(width);
-    if (rowUpdate > kMostDoubles / height) throw qvPel::BadSize();
+    const std::int64_t rowUpdate = rowUpdateFor(width);
+    if (rowUpdate > std::numeric_limits<long>::max() || rowUpdate > kMostDoubles / height) throw qvPel::BadSize();
 
-    const auto count = static_cast<std::size_t>(rowUpdate * height);
+    const auto count = static_cast<std::size_t>(rowUpdate) * static_cast<std::size_t>(height);
     if (count > real_.size()) real_.resize(count);
     if (count > imaginary_.size()) imaginary_.resize(count);
     width_ = width;
     height_ = height;
-    rowUpdate_ = rowUpdate;
+    rowUpdate_ = static_cast<long>(rowUpdate);
 }
 
 qvPair<double> qvFrequencyBuffer::get(long x, long y, bool centred) const {

@@ -51,11 +51,11 @@ struct qv_GaborKernels {
     ///     out = in * gain, of both parts
     ///
     /// `v` and `allRows` are those of the whole spectrum, `out` may be `in`. The exponential is a polynomial of the
-    /// kernel's own, within two units in the last place: that of a mathematical library is not the same on every machine.
+    /// kernel's own, within two and a half units in the last place: that of a mathematical library is not the same on every machine.
     ///
     /// With `steps` (null for none; its columns begin with the rectangle) only one row in each block of kGaborBlock rows
     /// takes exponentials, and the gains are as near to the truth as the rounding of exponents lets all of them be: up to
-    /// 2.5e-14 at the largest exponent. Blocks begin at multiples of kGaborBlock of all rows, so that an element gets the
+    /// 2.5e-14 at the largest exponent for lobes of ordinary width, 5e-13 for the narrowest that are stepped. Blocks begin at multiples of kGaborBlock of all rows, so that an element gets the
     /// same gain in any rectangle; a block that is cut off by the end, or in which the frequencies leap from positive to
     /// negative, is done without steps.
     void (*filter)(const double* real, const double* imaginary, std::ptrdiff_t rowUpdate, const double* u,

@@ -106,7 +106,7 @@ void provideTaps(long factor, double smoothing, qv_gaussTaps& taps) {
 }
 
 long blockCount(long size, long factor, bool completeLastBlock) {
-    return completeLastBlock ? (size + factor - 1) / factor : std::max(size / factor, 1L);
+    return completeLastBlock ? size / factor + (size % factor != 0 ? 1 : 0) : std::max(size / factor, 1L);
 }
 
 /// The row that tap `tap` of a row of blocks reads, border rows repeated.

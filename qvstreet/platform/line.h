@@ -31,6 +31,7 @@ class QV_EXPORT qvPoint {
     qvPoint(const qvVector<2>& position) : position_(position) {}
     qvPoint(double x, double y) : position_(x, y) {}
 
+    /// The position, whole or by coordinate.
     double x() const { return position_.x(); }
     double y() const { return position_.y(); }
     const qvVector<2>& vect() const { return position_; }
@@ -107,6 +108,7 @@ class QV_EXPORT qvFLine {
     double distance_ = 0.0;
 };
 
+/// The line in the frame that `xform` maps to.
 QV_EXPORT qvFLine operator*(const qvXform<2>& xform, const qvFLine& line);
 
 /// An infinite line with a running direction and a position on it; neither is folded.

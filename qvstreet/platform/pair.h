@@ -9,10 +9,13 @@
 /// upper. The default is (0, 0).
 template <class T>
 struct qvPair {
+    /// x, or the lower bound.
     T first = T();
+    /// y, or the upper bound.
     T second = T();
 
     constexpr qvPair() = default;
+    /// Both elements, as given.
     constexpr qvPair(const T& firstValue, const T& secondValue) : first(firstValue), second(secondValue) {}
 };
 
@@ -22,6 +25,7 @@ constexpr bool operator==(const qvPair<T>& a, const qvPair<T>& b) {
     return a.first == b.first && a.second == b.second;
 }
 
+/// Whether an element differs.
 template <class T>
 constexpr bool operator!=(const qvPair<T>& a, const qvPair<T>& b) {
     return !(a == b);

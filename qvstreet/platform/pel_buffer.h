@@ -78,6 +78,7 @@ class QV_EXPORT qv_PelBuffer {
     friend QV_EXPORT void qf_SetSubWindow(qv_PelBuffer& buffer, long x, long y, long width, long height);
     friend long qf_pelHandles(const qv_PelBuffer& buffer);
 
+    /// The window's upper left pel; null where unbound.
     const std::byte* windowBytes() const { return windowBytes_; }
     /// @throws qvPel::UnboundWindow; qvInvariantFailure outside the window
     void requirePel(long x, long y) const {
@@ -144,6 +145,7 @@ class qvPelBuffer_const : public qv_PelBuffer {
     }
 
  protected:
+    /// Allocates, for the writable image.
     qvPelBuffer_const(long width, long height, long alignmentBytes)
         : qv_PelBuffer(width, height, alignmentBytes, sizeof(T)) {}
 };

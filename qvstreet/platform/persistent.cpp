@@ -94,9 +94,48 @@ bool characterOf(std::uint32_t unit, char& character) {
     return unit <= 0xFFU;
 }
 
+bool characterOf(std::uint32_t unit, char32_t& character) {
+    character = unit;
+    return unit <= 0x10FFFFU;
+}
+
 std::uint32_t unitOf(wchar_t character) { return static_cast<std::uint32_t>(character); }
 
 std::uint32_t unitOf(char character) { return static_cast<unsigned char>(character); }
+
+std::uint32_t unitOf(char32_t character) { return character; }
+
+constexpr bool hasWideUtf16 = sizeof(wchar_t) == 2;
+
+/// UTF-16, as wide text is on Windows, as whole characters; a surrogate alone stays one.
+std::u32string charactersOf(const std::wstring& text) {
+    std::u32string characters;
+    for (const wchar_t character : text) {
+        const std::uint32_t unit = unitOf(character);
+        const std::uint32_t before = characters.empty() ? 0 : unitOf(characters.back());
+        if (unit >= 0xDC00U && unit <= 0xDFFFU && before >= 0xD800U && before <= 0xDBFFU) {
+            characters.back() = 0x10000U + ((before - 0xD800U) << 10) + (unit - 0xDC00U);
+        } else {
+            characters.push_back(unit);
+        }
+    }
+    return characters;
+}
+
+/// The same back again.
+std::wstring utf16Of(const std::u32string& characters) {
+    std::wstring text;
+    for (const char32_t character : characters) {
+        std::uint32_t unit = unitOf(character);
+        if (unit > 0xFFFFU) {
+            unit -= 0x10000U;
+            text.push_back(static_cast<wchar_t>(0xD800U + (unit >> 10)));
+            unit = 0xDC00U + (unit & 0x3FFU);
+        }
+        text.push_back(static_cast<wchar_t>(unit));
+    }
+    return text;
+}
 
 std::wstring wideName(const std::string& name) {
     std::wstring wide;
@@ -231,8 +270,13 @@ qvArchive& qvArchive::operator<<(std::uint32_t value) {
     return *this;
 }
 
+// One unit for each character, so that archives mean the same everywhere.
 qvArchive& qvArchive::operator<<(const std::wstring& value) {
-    writeString(value);
+    if (hasWideUtf16) {
+        writeString(charactersOf(value));
+    } else {
+        writeString(value);
+    }
     return *this;
 }
 
@@ -261,7 +305,13 @@ qvArchive& qvArchive::operator>>(std::uint32_t& value) {
 }
 
 qvArchive& qvArchive::operator>>(std::wstring& value) {
-    readString(value);
+    if (hasWideUtf16) {
+        std::u32string characters;
+        readString(characters);
+        value = utf16Of(characters);
+    } else {
+        readString(value);
+    }
     return *this;
 }
 

@@ -69,6 +69,7 @@ class QV_EXPORT qvPersistent {
 /// Each class has one static exemplar. Exemplars register while the library is loaded; looking up needs no lock after.
 class QV_EXPORT qv_Instantiator {
  public:
+    /// Creates an object on the heap, which the caller owns.
     using Factory = qvPersistent* (*)();
 
     /// @param type  run-time type of the objects that `make` creates; its qualified name is the registered name.
@@ -120,9 +121,12 @@ class QV_EXPORT qvArchive {
     qvArchive(const qvArchive&) = delete;
     qvArchive& operator=(const qvArchive&) = delete;
 
+    /// Which way the archive goes; always one of the two.
     bool isStoring() const { return destination_ != nullptr; }
     bool isLoading() const { return source_ != nullptr; }
 
+    /// Stores the value, or loads it in place.
+    /// @throws qvArchive::Errors where the stream takes no more, ends too early, or holds what cannot be
     qvArchive& operator||(unsigned char& value);
     qvArchive& operator||(std::int32_t& value);
     qvArchive& operator||(std::uint32_t& value);
@@ -142,6 +146,8 @@ class QV_EXPORT qvArchive {
     /// what it has loaded alive as long as itself.
     qvArchive& operator||(std::shared_ptr<qvPersistent>& object);
 
+    /// Stores, whichever way the value would go through `||`.
+    /// @throws qvArchive::Errors also for an archive that loads
     qvArchive& operator<<(unsigned char value);
     qvArchive& operator<<(std::int32_t value);
     qvArchive& operator<<(std::uint32_t value);
@@ -150,6 +156,8 @@ class QV_EXPORT qvArchive {
     qvArchive& operator<<(const qvPersistent& object);
     qvArchive& operator<<(const qvPersistent* object);
 
+    /// Loads, whichever way the value would go through `||`.
+    /// @throws qvArchive::Errors also for an archive that stores
     qvArchive& operator>>(unsigned char& value);
     qvArchive& operator>>(std::int32_t& value);
     qvArchive& operator>>(std::uint32_t& value);

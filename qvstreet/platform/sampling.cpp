@@ -12,7 +12,7 @@ constexpr double kLengthTolerance = 1e-9;
 
 // What a 16-bit count can hold; a block of more pels is no reduction of an image.
 constexpr long kLargestFactor = 32767;
-// Keeps the number of taps below 34 times the factor; more blur than that leaves nothing of an image.
+// Keeps the number of taps at 34 times the factor; more blur than that leaves nothing of an image.
 constexpr double kLargestSmoothing = 16.0;
 
 /// Keeps the low 16 bits, as a signed number.

@@ -29,6 +29,7 @@ class QV_EXPORT qvAffineSamplingParams {
     /// @throws qvPel::BadSize for a number that is 0 or negative after the narrowing, or another interpolation
     qvAffineSamplingParams(const qvAffineRectangle& rect, long xNumSamples, long yNumSamples, long interpolation);
 
+    /// Where the samples lie, and how many there are; the client frame of the source.
     const qvAffineRectangle& affineRectangle() const { return rect_; }
     void affineRectangle(const qvAffineRectangle& rect) { rect_ = rect; }
     long xNumSamples() const { return xNumSamples_; }
@@ -55,6 +56,7 @@ class QV_EXPORT qvPolarSamplingParams {
     qvPolarSamplingParams(const qvEllipseAnnulusSection& section, long xNumSamples, long yNumSamples,
                           long interpolation);
 
+    /// Where the samples lie, and how many there are; the client frame of the source.
     const qvEllipseAnnulusSection& section() const { return section_; }
     void section(const qvEllipseAnnulusSection& section) { section_ = section; }
     long xNumSamples() const { return xNumSamples_; }
@@ -108,8 +110,9 @@ class QV_EXPORT qvGaussSampleParams {
 /// A destination of the right size that shares no memory with the source is filled in place, any other is replaced by a
 /// new image. Its offset becomes (0, 0) and its client transform maps its coordinates to the client frame of the
 /// source.
-/// @param mask     same size, handled like the destination: 255 where the sample lay inside the source, 0 elsewhere
-/// @param partial  whether some sample lay outside
+///
+/// `mask`, where there is one, has the same size and is handled like the destination: 255 where the sample lay inside
+/// the source, 0 elsewhere. `partial` tells whether some sample lay outside.
 /// @throws qvPel::UnboundWindow for an unbound source, qvMatrixErr::Singular for a client transform without inverse
 QV_EXPORT void qfAffineTransformImage(const qvPelBuffer_const<unsigned char>& source,
                                       qvPelBuffer<unsigned char>& destination, const qvAffineSamplingParams& params);

@@ -9,7 +9,7 @@
 
 namespace {
 
-static_assert(sizeof(wchar_t) == 4, "wide characters are UTF-32 code units");
+static_assert(sizeof(wchar_t) == 4 || sizeof(wchar_t) == 2, "wide characters are UTF-32 or UTF-16 code units");
 
 /// Significant digits of `qfStr(double)`.
 constexpr int significantDigits = 10;
@@ -38,6 +38,23 @@ std::wstring doubleText(double value, std::chars_format format, int digits) {
     return widened(buffer.data(), end);
 }
 
+bool isHighSurrogate(std::uint32_t unit) { return unit >= 0xD800U && unit <= 0xDBFFU; }
+bool isLowSurrogate(std::uint32_t unit) { return unit >= 0xDC00U && unit <= 0xDFFFU; }
+
+/// The character at `index`, which moves behind it; U+FFFD for what is none. Where wide characters have 16 bits, as on
+/// Windows, two of them may be one character.
+std::uint32_t nextCharacter(const std::wstring& text, std::size_t& index) {
+    const auto unit = static_cast<std::uint32_t>(text[index++]);
+    if (sizeof(wchar_t) == 2 && isHighSurrogate(unit) && index < text.size()) {
+        const auto second = static_cast<std::uint32_t>(text[index]);
+        if (isLowSurrogate(second)) {
+            ++index;
+            return 0x10000U + ((unit - 0xD800U) << 10) + (second - 0xDC00U);
+        }
+    }
+    return isHighSurrogate(unit) || isLowSurrogate(unit) || unit > 0x10FFFFU ? 0xFFFDU : unit;
+}
+
 }  // namespace
 
 std::wstring qfStr(unsigned char value) { return integerText(static_cast<unsigned>(value)); }
@@ -60,10 +77,8 @@ std::string qfUtf8(const std::wstring& text) {
     utf8.reserve(text.size());
     const auto append = [&utf8](std::uint32_t byte) { utf8.push_back(static_cast<char>(byte)); };
     const auto appendTail = [&append](std::uint32_t unit, int shift) { append(0x80U | ((unit >> shift) & 0x3FU)); };
-    for (const wchar_t character : text) {
-        auto unit = static_cast<std::uint32_t>(character);
-        const bool isSurrogate = unit >= 0xD800U && unit <= 0xDFFFU;
-        if (isSurrogate || unit > 0x10FFFFU) unit = 0xFFFDU;
+    for (std::size_t index = 0; index < text.size();) {
+        const std::uint32_t unit = nextCharacter(text, index);
         if (unit < 0x80U) {
             append(unit);
         } else if (unit < 0x800U) {

@@ -39,6 +39,7 @@ class qvVector {
     constexpr double operator[](int index) const { return elements_[index]; }
     constexpr double& operator[](int index) { return elements_[index]; }
 
+    /// Element by element.
     constexpr qvVector& operator+=(const qvVector& other) {
         for (int i = 0; i < N; ++i) elements_[i] += other.elements_[i];
         return *this;

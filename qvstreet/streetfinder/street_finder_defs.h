@@ -54,6 +54,7 @@ class QV_EXPORT qvStreetFinderDefs {
 class QV_EXPORT qvStreetFinderDefs::Errors : public qvExceptionWithString {
     QV_EXCEPTION_LEVEL(Errors)
  protected:
+    /// With an empty message `what()` answers the class name.
     explicit Errors(const std::wstring& message = std::wstring());
 };
 
@@ -61,6 +62,7 @@ class QV_EXPORT qvStreetFinderDefs::Errors : public qvExceptionWithString {
 class QV_EXPORT qvStreetFinderDefs::BadParams : public qvStreetFinderDefs::Errors {
     QV_EXCEPTION_CLASS(BadParams)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit BadParams(const std::wstring& message = std::wstring());
 };
 
@@ -68,6 +70,7 @@ class QV_EXPORT qvStreetFinderDefs::BadParams : public qvStreetFinderDefs::Error
 class QV_EXPORT qvStreetFinderDefs::UnboundImage : public qvStreetFinderDefs::Errors {
     QV_EXCEPTION_CLASS(UnboundImage)
  public:
+    /// With an empty message `what()` answers the class name.
     explicit UnboundImage(const std::wstring& message = std::wstring());
 };
 

@@ -5,6 +5,9 @@
 
 namespace {
 
+/// The same bytes everywhere: Windows would write other ends of lines.
+constexpr std::ios::openmode kBytes = std::ios::out | std::ios::binary;
+
 char cutToOneByte(wchar_t character) { return static_cast<char>(static_cast<unsigned char>(character)); }
 
 /// The name as the stream's opening takes it, with a terminator.
@@ -21,7 +24,7 @@ void nameTraceFile(qv_streetTrace& trace, const std::wstring& name) {
     std::transform(name.begin(), name.end(), trace.narrowName.begin(), cutToOneByte);
 }
 
-bool emptyTraceFile(const qv_streetTrace& trace) { return std::ofstream(fileName(trace)).is_open(); }
+bool emptyTraceFile(const qv_streetTrace& trace) { return std::ofstream(fileName(trace), kBytes).is_open(); }
 
 void traceText(qv_streetTrace* trace, const std::wstring& text) {
     if (!isTracing(trace)) return;
@@ -33,7 +36,7 @@ void traceText(qv_streetTrace* trace, const std::wstring& text) {
 qv_traceFrame::qv_traceFrame(qv_streetTrace* trace) : trace_(trace), exceptionsAtEntry_(std::uncaught_exceptions()) {
     if (trace_ == nullptr || !trace_->enabled || trace_->stream.is_open()) return;
     // An unusable path leaves the stream closed, and the stages write nothing.
-    trace_->stream.open(fileName(*trace_), std::ios::app);
+    trace_->stream.open(fileName(*trace_), kBytes | std::ios::app);
     opened_ = true;
 }
 

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "qvstreet/platform/pel_ops.h"
+#include "tests/support/longs.h"
 #include "tests/support/noise_image.h"
 #include "tests/support/slow_sampling.h"
 
@@ -119,7 +120,7 @@ TEST(AffineSamplingParams, narrowsCountsTo16BitsAndRefusesWhatIsNotPositiveThen)
     qvAffineSamplingParams params(upright(0.0, 0.0, 1.0, 1.0), 65537, 131073 + 4, kBilinear);
     EXPECT_EQ(params.xNumSamples(), 1);
     EXPECT_EQ(params.yNumSamples(), 5);
-    for (const long count : {0L, -1L, 32768L, 40000L, 65536L, -65536L, 2147483647L, -2147483648L}) {
+    for (const long count : qvtest::longs({0, -1, 32768, 40000, 65536, -65536, 2147483647, -2147483648})) {
         EXPECT_THROW(qvAffineSamplingParams(upright(0, 0, 1, 1), count, 1, kBilinear), qvPel::BadSize) << count;
         EXPECT_THROW(qvAffineSamplingParams(upright(0, 0, 1, 1), 1, count, kBilinear), qvPel::BadSize) << count;
         EXPECT_THROW(params.xNumSamples(count), qvPel::BadSize) << count;
