@@ -84,6 +84,7 @@ caught=$("$wine" "$bin/catches.exe" | wc -l)
 echo "catches: $caught exceptions of the DLL caught by class, base and std::exception"
 # They remove a file that is still open, which Windows does not allow.
 except=AnglePair.EveryCoupleIsTracedWithItsSignedDotProduct:AnglePair.WithoutACoupleNothingIsTraced
+except+=:GenAndScore.OpensAndClosesTheTraceItselfWhenNobodyElseDid
 for test in "${tests[@]}"; do
     if ! "$wine" "$bin/$test.exe" --gtest_brief=1 --gtest_filter="-$except" >"$build/$test.log" 2>&1; then
         cat "$build/$test.log" >&2

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "bench/peers/kernels_table.h"
+#include "bench/peers/pipelines_table.h"
 #include "bench/peers/report.h"
 #include "bench/peers/rows.h"
 #include "qvstreet/platform/instruction_set.h"
@@ -19,19 +20,22 @@
 namespace {
 
 using qvbench::MeasuredRow;
+using qvbench::MeasuredScene;
 using qvbench::Row;
 using qvbench::Task;
 using qvbench::Timing;
 
 constexpr int kUsualRounds = 41;
+/// A search by line segments takes up to a second, and what is compared there differs by far more than by chance.
+constexpr int kMostSearchRounds = 15;
 
 const char* const kUsage =
     "usage: qvstreet_peers [option...]\n"
     "  --list            the names of all rows\n"
     "  --only TEXT       only the rows whose name contains TEXT; may be given more than once\n"
-    "  --ratio NAME      one row; the last line is its ratio of medians and nothing else\n"
+    "  --ratio NAME      one row; the last line is its ratio of medians and nothing else; not for pipelines_...\n"
     "  --markdown        the tables as they stand in the pages of the project\n"
-    "  --rounds N        rounds, 41 unless given\n"
+    "  --rounds N        rounds, 41 unless given; whole searches get 15 at most\n"
     "  --kernels SET     plain, baseline, v3 or v4 instead of the best that this processor can run\n"
     "  --repeat NAME N   nothing but our side of that row, N times, for a profiler\n";
 
@@ -106,16 +110,17 @@ const Row& rowNamed(const std::vector<Row>& rows, const std::string& name) {
     throw UsageError("no row '" + name + "'; see --list");
 }
 
+bool isWanted(const Options& options, const std::string& name) {
+    if (!options.ratio.empty()) return name == options.ratio;
+    return options.only.empty() || std::any_of(options.only.begin(), options.only.end(), [&](const std::string& part) {
+               return name.find(part) != std::string::npos;
+           });
+}
+
 std::vector<Row> chosenRows(const Options& options) {
-    const std::vector<Row> rows = qvbench::allRows();
-    if (!options.ratio.empty()) return {rowNamed(rows, options.ratio)};
-    if (options.only.empty()) return rows;
     std::vector<Row> chosen;
-    for (const Row& row : rows)
-        if (std::any_of(options.only.begin(), options.only.end(),
-                        [&](const std::string& part) { return row.name.find(part) != std::string::npos; }))
-            chosen.push_back(row);
-    if (chosen.empty()) throw UsageError("no row of such a name; see --list");
+    for (const Row& row : qvbench::allRows())
+        if (isWanted(options, row.name)) chosen.push_back(row);
     return chosen;
 }
 
@@ -177,11 +182,32 @@ qvbench::Surroundings surroundingsOf(int rounds) {
     return surroundings;
 }
 
+int searchRounds(const Options& options) { return std::min(options.rounds, kMostSearchRounds); }
+
+void print(const Options& options, const std::vector<MeasuredRow>& measured, const std::vector<MeasuredScene>& scenes) {
+    const qvbench::Surroundings surroundings = surroundingsOf(options.rounds);
+    const std::string searchSurroundings = qvbench::surroundingsText(surroundingsOf(searchRounds(options)));
+    if (options.markdown) {
+        if (!measured.empty()) qvbench::printMarkdown(std::cout, surroundings, measured);
+        qvbench::printPipelinesMarkdown(std::cout, searchSurroundings + ".", scenes);
+        if (options.only.empty() && options.ratio.empty()) qvbench::printKernelsTable(std::cout, options.rounds);
+        return;
+    }
+    if (!measured.empty()) qvbench::printTable(std::cout, surroundings, measured);
+    if (!scenes.empty()) {
+        std::cout << (measured.empty() ? "" : "\n") << searchSurroundings << "\n\n";
+        qvbench::printPipelines(std::cout, scenes);
+    }
+    if (!options.ratio.empty())
+        std::cout << std::fixed << std::setprecision(6) << '\n' << measured.front().ratioOfMedians << '\n';
+}
+
 int run(const std::vector<std::string>& arguments) {
     const Options options = optionsOf(arguments);
     chooseKernels(options.kernels);
     if (options.list) {
         for (const Row& row : qvbench::allRows()) std::cout << row.name << '\n';
+        for (const std::string& name : qvbench::pipelineNames()) std::cout << name << '\n';
         return 0;
     }
     if (!options.repeat.empty()) {
@@ -191,17 +217,14 @@ int run(const std::vector<std::string>& arguments) {
         for (long i = 0; i < options.repeats; ++i) ours();
         return 0;
     }
-    const std::vector<MeasuredRow> measured = measureRows(chosenRows(options), options.rounds);
-    if (measured.empty()) return 3;
-    const qvbench::Surroundings surroundings = surroundingsOf(options.rounds);
-    if (options.markdown) {
-        qvbench::printMarkdown(std::cout, surroundings, measured);
-        qvbench::printKernelsTable(std::cout, options.rounds);
-    } else {
-        qvbench::printTable(std::cout, surroundings, measured);
-    }
-    if (!options.ratio.empty())
-        std::cout << std::fixed << std::setprecision(6) << '\n' << measured.front().ratioOfMedians << '\n';
+    if (!options.ratio.empty()) rowNamed(qvbench::allRows(), options.ratio);
+    const std::vector<Row> rows = chosenRows(options);
+    const std::vector<MeasuredRow> measured = measureRows(rows, options.rounds);
+    const std::vector<MeasuredScene> scenes = qvbench::measurePipelines(
+        [&](const std::string& name) { return isWanted(options, name); }, searchRounds(options));
+    if (rows.empty() && scenes.empty()) throw UsageError("no row of such a name; see --list");
+    if (measured.empty() && scenes.empty()) return 3;
+    print(options, measured, scenes);
     return 0;
 }
 

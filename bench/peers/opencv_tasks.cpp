@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bench/bench_images.h"
+#include "bench/peers/opencv_view.h"
 #include "bench/peers/rows.h"
 #include "bench/peers/task_settings.h"
 #include "bench/strip_images.h"
@@ -19,11 +20,6 @@ using Run = std::function<void()>;
 
 // Smoothing of the reduction, in blocks; the same as the library's.
 constexpr double kSigmaPerFactor = 0.35;
-
-cv::Mat viewOf(const qvPelBuffer_const<unsigned char>& image) {
-    return cv::Mat(static_cast<int>(image.height()), static_cast<int>(image.width()), CV_8UC1,
-                   const_cast<unsigned char*>(image.pointToOffset()), static_cast<std::size_t>(image.rowUpdate()));
-}
 
 cv::Mat turnOf(const cv::Mat& image, double degrees) {
     const cv::Point2f middle(static_cast<float>(image.cols) / 2.0f, static_cast<float>(image.rows) / 2.0f);

@@ -39,12 +39,6 @@ Unit unitFor(double milliseconds) {
     return {" ns", 1e6};
 }
 
-std::string timesText(const Timing& timing) {
-    const Unit unit = unitFor(timing.median);
-    return shortNumber(timing.minimum * unit.perMillisecond) + " / " +
-           shortNumber(timing.median * unit.perMillisecond) + unit.name;
-}
-
 }  // namespace
 
 std::string ratioText(double ratio) { return ratio < 0.1 ? shortNumber(ratio, 2) : withDigits(ratio, 2); }
@@ -52,6 +46,12 @@ std::string ratioText(double ratio) { return ratio < 0.1 ? shortNumber(ratio, 2)
 std::string medianText(const Timing& timing) {
     const Unit unit = unitFor(timing.median);
     return shortNumber(timing.median * unit.perMillisecond) + unit.name;
+}
+
+std::string timesText(const Timing& timing) {
+    const Unit unit = unitFor(timing.median);
+    return shortNumber(timing.minimum * unit.perMillisecond) + " / " +
+           shortNumber(timing.median * unit.perMillisecond) + unit.name;
 }
 
 void printMarkdownLine(std::ostream& out, const Cells& cells) {
@@ -82,11 +82,6 @@ Cells fullCells(const MeasuredRow& m) {
             limitText(m.row.gate),
             limitText(m.row.aim),
             verdictOf(m)};
-}
-
-void printSurroundings(std::ostream& out, const Surroundings& s) {
-    out << s.date << ", " << s.processor << ", one thread, kernels " << s.kernels << ", " << s.compiler
-        << "; beside it " << s.peers << "; " << s.rounds << " interleaved rounds";
 }
 
 void printFullMarkdown(std::ostream& out, const std::vector<MeasuredRow>& rows) {
@@ -144,17 +139,25 @@ MeasuredRow measuredRow(const Row& row, const std::map<std::string, Timing>& tim
     return measured;
 }
 
+std::string surroundingsText(const Surroundings& s) {
+    return s.date + ", " + s.processor + ", one thread, kernels " + s.kernels + ", " + s.compiler + "; beside it " +
+           s.peers + "; " + std::to_string(s.rounds) + " interleaved rounds";
+}
+
 std::string verdictOf(const MeasuredRow& measured) {
     if (measured.ratioOfMedians <= measured.row.aim) return "aim";
     return measured.ratioOfMedians <= measured.row.gate ? "gate" : "missed";
 }
 
 void printTable(std::ostream& out, const Surroundings& surroundings, const std::vector<MeasuredRow>& rows) {
-    printSurroundings(out, surroundings);
-    out << "\n\n";
+    out << surroundingsText(surroundings) << "\n\n";
     std::vector<Cells> lines = {kFullHead};
     for (const MeasuredRow& m : rows) lines.push_back(fullCells(m));
-    std::vector<std::size_t> widths(kFullHead.size(), 0);
+    printAligned(out, lines);
+}
+
+void printAligned(std::ostream& out, const std::vector<Cells>& lines) {
+    std::vector<std::size_t> widths(lines.front().size(), 0);
     for (const Cells& line : lines)
         for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
     for (const Cells& line : lines) {
@@ -167,8 +170,7 @@ void printTable(std::ostream& out, const Surroundings& surroundings, const std::
 void printMarkdown(std::ostream& out, const Surroundings& surroundings, const std::vector<MeasuredRow>& rows) {
     for (const bool full : {false, true}) {
         out << "<!-- bench: " << (full ? "full" : "short") << " table -->\n";
-        printSurroundings(out, surroundings);
-        out << ".\n\n";
+        out << surroundingsText(surroundings) << ".\n\n";
         if (full) {
             printFullMarkdown(out, rows);
         } else {

@@ -36,13 +36,20 @@ struct Surroundings {
 /// "aim", "gate" or "missed".
 std::string verdictOf(const MeasuredRow& measured);
 
-/// At least three significant digits and a unit, "1.25 ms"; and a ratio to two places, or more where it is small.
+/// At least three significant digits and a unit, "1.25 ms" or "1.20 / 1.25 ms" with the minimum first; and a ratio to two places, or more where it is small.
 std::string medianText(const Timing& timing);
+std::string timesText(const Timing& timing);
 std::string ratioText(double ratio);
 
 /// Lines of a table in a page.
 void printMarkdownHead(std::ostream& out, const std::vector<std::string>& cells);
 void printMarkdownLine(std::ostream& out, const std::vector<std::string>& cells);
+
+/// Where and with what, as one line without a stop.
+std::string surroundingsText(const Surroundings& surroundings);
+
+/// Cells in columns, for the terminal.
+void printAligned(std::ostream& out, const std::vector<std::vector<std::string>>& lines);
 
 /// For the terminal.
 void printTable(std::ostream& out, const Surroundings& surroundings, const std::vector<MeasuredRow>& rows);

@@ -217,8 +217,9 @@ def find_blank_regions(
     street_width  width of the street, in pels; above 0
     min_length    shortest stretch worth reporting, in pels; above 0
     direction     "h": the street runs along the rows; "v": along the columns
-    mask          an image of the same shape, 255 where a region may lie and 0 where none may; everywhere by default. With
-                  "v" its row i belongs to the image's column i, so that both have to be square
+    mask          an image of the same shape with pels of 0 and 255 only; what lies where it is 0 counts as structure when
+                  the ends of a region are measured, but keeps none from being found. All 255 by default. With "v" its row
+                  i belongs to the image's column i, so that both have to be square
     grey_weights  256 numbers from 0 to 1: weight of a region by its mean grey level; all 1 by default
     max_results   most regions, the best ones; above 0
     offset        image coordinates (x, y) of the first pel

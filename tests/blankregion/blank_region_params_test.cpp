@@ -6,6 +6,7 @@
 #include <string>
 #include <type_traits>
 
+#include "tests/support/longs.h"
 #include "tests/support/refusal.h"
 
 namespace {
@@ -97,7 +98,7 @@ TEST(BlankRegionParams, SettersStoreValuesAboveZero) {
 
 TEST(BlankRegionParams, SettersRefuseZeroAndLessAndKeepTheFormerValue) {
     Params params = sample();
-    for (const long value : {0L, -1L, -4294967295L}) {
+    for (const long value : qvtest::longs({0, -1, -4294967295})) {
         EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.streetWidthPels(value); }), widthText);
         EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.minLengthPels(value); }), lengthText);
         EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.numResults(value); }), numberText);
@@ -106,13 +107,15 @@ TEST(BlankRegionParams, SettersRefuseZeroAndLessAndKeepTheFormerValue) {
 }
 
 TEST(BlankRegionParams, ValueBeyond32BitsCountsAsTheLimit) {
-    Params params = sample();
-    params.streetWidthPels(4294967296L);
-    params.minLengthPels(2147483648L);
-    params.numResults(2147483647L);
-    EXPECT_EQ(params.streetWidthPels(), 2147483647);
-    EXPECT_EQ(params.minLengthPels(), 2147483647);
-    EXPECT_EQ(params.numResults(), 2147483647);
+    for (const long value : qvtest::longs({2147483647, 2147483648, 4294967296})) {
+        Params params = sample();
+        params.streetWidthPels(value);
+        params.minLengthPels(value);
+        params.numResults(value);
+        EXPECT_EQ(params.streetWidthPels(), 2147483647) << value;
+        EXPECT_EQ(params.minLengthPels(), 2147483647) << value;
+        EXPECT_EQ(params.numResults(), 2147483647) << value;
+    }
 }
 
 TEST(BlankRegionParams, DirectionOutsideTheEnumerationIsRefusedWithTheClassNameInFull) {

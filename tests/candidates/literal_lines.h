@@ -50,7 +50,7 @@ class TraceCapture {
         trace_.enabled = true;
         trace_.narrowName.assign(path_.begin(), path_.end());
         trace_.wideName.assign(path_.begin(), path_.end());
-        trace_.stream.open(path_, std::ios::app);
+        trace_.stream.open(path_, std::ios::app | std::ios::binary);
     }
     ~TraceCapture() {
         trace_.stream.close();

@@ -6,6 +6,7 @@
 #include <string>
 #include <type_traits>
 
+#include "tests/support/longs.h"
 #include "tests/support/refusal.h"
 
 namespace {
@@ -255,7 +256,7 @@ TEST(StreetFinderParams, AnyPolarityIsStored) {
 }
 
 TEST(StreetFinderParams, MaxResultsSetterHasItsOwnMessage) {
-    for (const long bad : {0L, -1L, -5000000000L, std::numeric_limits<long>::min()}) {
+    for (const long bad : qvtest::longs({0, -1, -5000000000, std::numeric_limits<long>::min()})) {
         qvStreetFinderParams params;
         params.maxResults(4);
         EXPECT_EQ(refusalOf<Defs::BadParams>([&] { params.maxResults(bad); }), L"maxResults is not positive") << bad;
@@ -271,7 +272,7 @@ TEST(StreetFinderParams, MaxResultsSetterHasItsOwnMessage) {
 
 TEST(StreetFinderParams, MaxResultsBeyond32BitsIsThe32BitLimit) {
     // 2^32 and 2^31 would be 0 and negative if they were cut to 32 bits.
-    for (const long big : {2147483647L, 2147483648L, 4294967296L, std::numeric_limits<long>::max()}) {
+    for (const long big : qvtest::longs({2147483647, 2147483648, 4294967296, std::numeric_limits<long>::max()})) {
         qvStreetFinderParams params;
         params.maxResults(big);
         EXPECT_EQ(params.maxResults(), 2147483647L) << big;

@@ -13,6 +13,7 @@
 #include "qvstreet/projection/projection_polarity.h"
 #include "qvstreet/streetfinder/street_finder_access.h"
 #include "tests/streetfinder/finder_runs.h"
+#include "tests/support/longs.h"
 
 namespace {
 
@@ -131,7 +132,8 @@ TEST(StreetFinder, AnglesComeInTheirOrderAsRadiansAndUnfolded) {
     EXPECT_EQ(anglesFrom(finder, 2).size(), 2U);
     EXPECT_EQ(anglesFrom(finder, 3).size(), 3U);
     EXPECT_EQ(anglesFrom(finder, 1)[0], all[0]);
-    for (const long huge : {2147483647L, 2147483648L, 4294967296L, 4294967297L, std::numeric_limits<long>::max()})
+    for (const long huge :
+         qvtest::longs({2147483647, 2147483648, 4294967296, 4294967297, std::numeric_limits<long>::max()}))
         EXPECT_EQ(anglesFrom(finder, huge).size(), 3U) << huge;
 }
 
@@ -206,7 +208,8 @@ TEST(StreetFinder, LineIndexEqualToASizeIsOutOfRange) {
 TEST(StreetFinder, LineIndexBelowZeroOrAboveTheCountIsInvalid) {
     OpenFinder finder;
     Access::record(finder).lines = {{lineTo(10.0), lineTo(11.0)}, {lineTo(20.0)}};
-    for (const long bad : {-1L, 4L, 4294967296L, std::numeric_limits<long>::min(), std::numeric_limits<long>::max()}) {
+    for (const long bad :
+         qvtest::longs({-1, 4, 4294967296, std::numeric_limits<long>::min(), std::numeric_limits<long>::max()})) {
         EXPECT_EQ(messageOf<Defs::BadParams>([&] { finder.getStartPoint(bad); }), L" invalid line index") << bad;
         EXPECT_EQ(messageOf<Defs::BadParams>([&] { finder.getEndPoint(bad); }), L" invalid line index") << bad;
     }

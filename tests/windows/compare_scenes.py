@@ -10,7 +10,7 @@ import json
 import re
 import sys
 
-MOST = 1e-5
+MOST = 1e-9
 
 
 def lines_of(path):
