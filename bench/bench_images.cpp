@@ -15,6 +15,8 @@ constexpr double kDenseWidth = 34.0;
 
 double streetWidth(long side) { return 0.02 * static_cast<double>(side); }
 
+}  // namespace
+
 qvtest::Scene usualScene(long side, double tiltDegrees) {
     const double pitch = 0.29 * static_cast<double>(side);
     qvtest::Scene scene;
@@ -27,17 +29,19 @@ qvtest::Scene usualScene(long side, double tiltDegrees) {
     return scene;
 }
 
-qvtest::Scene noisyScene(long side) {
-    qvtest::Scene scene = usualScene(side, kUsualTilt);
-    scene.dieArtwork = qvtest::DieArtwork::circuit;
-    scene.noiseSigma = 25.0;
-    return scene;
-}
-
 qvtest::Scene denseScene() {
     qvtest::Scene scene = usualScene(kDenseSide, kUsualTilt);
     scene.families[0] = qvtest::centredFamily(kUsualTilt, 151.0, 13, 0.0, kDenseWidth, 60.0);
     scene.families[1] = qvtest::centredFamily(90.0 + kUsualTilt, 128.0, 17, 0.0, kDenseWidth, 60.0);
+    return scene;
+}
+
+namespace {
+
+qvtest::Scene noisyScene(long side) {
+    qvtest::Scene scene = usualScene(side, kUsualTilt);
+    scene.dieArtwork = qvtest::DieArtwork::circuit;
+    scene.noiseSigma = 25.0;
     return scene;
 }
 

@@ -10,9 +10,7 @@ namespace qvbench {
 
 namespace {
 
-constexpr int kStreets = 3;
 constexpr double kDieGrey = 150.0;
-constexpr double kStreetGrey = 60.0;
 /// The hard one: streets hardly darker than the dies, in noise of 10 grey levels.
 constexpr double kFaintContrast = 25.0;
 constexpr double kFaintNoise = 10.0;
@@ -28,34 +26,18 @@ constexpr std::uint32_t kMixedSeed = 1;
 constexpr long kSurplusResults = 4;
 constexpr long kMaxResults = 9 + kSurplusResults;
 constexpr long kDenseMaxResults = 300;
-constexpr double kDenseWidth = 34.0;
 
-/// The same streets as in the timed images: 2 % of the side, the middle one a little off the image's centre.
-PipelineWafer threeStreets(long side) {
-    const double pitch = 0.29 * static_cast<double>(side);
+PipelineWafer waferOf(const qvtest::Scene& scene, long maxResults) {
     PipelineWafer wafer;
-    wafer.streetWidth = 0.02 * static_cast<double>(side);
-    wafer.maxResults = kMaxResults;
-    qvtest::Scene& scene = wafer.scene;
-    scene.width = side;
-    scene.height = side;
-    scene.families[0] =
-        qvtest::centredFamily(kUsualTilt, pitch, kStreets, 0.01 * pitch, wafer.streetWidth, kStreetGrey);
-    scene.families[1] =
-        qvtest::centredFamily(90.0 + kUsualTilt, pitch, kStreets, 0.02 * pitch, wafer.streetWidth, kStreetGrey);
-    scene.dieGrey = kDieGrey;
-    scene.noiseSigma = 3.0;
+    wafer.scene = scene;
+    wafer.streetWidth = scene.families[0].widthPels;
+    wafer.maxResults = maxResults;
     return wafer;
 }
 
-PipelineWafer denseStreets() {
-    PipelineWafer wafer = threeStreets(kDenseSide);
-    wafer.streetWidth = kDenseWidth;
-    wafer.maxResults = kDenseMaxResults;
-    wafer.scene.families[0] = qvtest::centredFamily(kUsualTilt, 151.0, 13, 0.0, kDenseWidth, kStreetGrey);
-    wafer.scene.families[1] = qvtest::centredFamily(90.0 + kUsualTilt, 128.0, 17, 0.0, kDenseWidth, kStreetGrey);
-    return wafer;
-}
+PipelineWafer threeStreets(long side) { return waferOf(usualScene(side), kMaxResults); }
+
+PipelineWafer denseStreets() { return waferOf(denseScene(), kDenseMaxResults); }
 
 PipelineWafer thinStreets() {
     PipelineWafer wafer = threeStreets(kThinSide);
