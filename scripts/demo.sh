@@ -47,7 +47,7 @@ fi
 
 qv_install "${QV_BUILD_PACKAGES[@]}"
 
-echo "Building ..."
+echo "Building, which takes about two minutes the first time ..."
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 if ! { cmake -S "$root" -B "$root/build/demo" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQVSTREET_BUILD_TESTS=OFF &&
