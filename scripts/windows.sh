@@ -58,7 +58,7 @@ configure() {
 }
 
 cross=(-DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchain-mingw.cmake")
-programs=(minimal_host camera_host live_host derived_finder)
+programs=(minimal_host camera_host live_host derived_finder theta_host)
 if $quick; then
     tests=(quick_tests)
     configure "$build/quick" RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 "${cross[@]}"

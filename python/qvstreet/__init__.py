@@ -13,6 +13,14 @@ by [j, j + 1), so its centre is (i + 0.5, j + 0.5); x runs right and y down. Ang
 street has no direction of its own, so its angle is known up to 180 degrees. Scores are better when higher.
 """
 
+from importlib.util import find_spec as _find_spec
+
+if _find_spec("._qvstreet", __name__) is None:
+    raise ImportError(
+        f"{__path__[0]} has no compiled part for this interpreter. Install the package with pip, or set PYTHONPATH to "
+        "the folder python of a build tree of CMake."
+    )
+
 from ._errors import (
     qvArchive,
     qvException,

@@ -25,10 +25,11 @@ class QV_EXPORT qvStreetFinderStreetCrossResult {
     /// The point where the centre lines of the two streets cross, client frame.
     qvVector<2> crossing() const;
 
-    /// Direction of the more nearly vertical street, client frame.
+    /// Direction of the more nearly vertical street, client frame. That of the line or the edges on the square of
+    /// samples, some tenths of a degree off; a line through distant crossings of `eRidgeWafer` is far more exact.
     qvRadian verticalAngle() const;
 
-    /// Direction of the more nearly horizontal street, client frame.
+    /// Direction of the more nearly horizontal street, client frame; as exact as `verticalAngle()`.
     qvRadian horizontalAngle() const;
 
     /// Quality; higher is better. From the ridge modes it lies in (0, 1]. Scores of different modes do not compare.
@@ -77,7 +78,8 @@ class QV_EXPORT qvStreetFinderSingleStreetResult {
     /// its one line with `eStreetFromLine`. The reference is good for as long as the result.
     const std::vector<qvLineSeg>& lineSegs() const;
 
-    /// Direction of the street, client frame.
+    /// Direction of the street, client frame: that of its line or its edges on the square of samples, some tenths of a
+    /// degree off.
     qvRadian angle() const;
 
     /// How the result was built; `eStreetFromEdges` by default.
