@@ -5,7 +5,7 @@
 
 IMAGES is a folder, or a list with one path per line. OUTPUT gets one line of JSON per image, in the order of the list:
 the lines that `qvstreet find --files-from LIST` would write. Run the same call again after a stop of any kind, and it
-goes on behind the last whole line.
+goes on behind the last whole line. OUTPUT.options keeps the options of the first run, and other ones are refused.
 
 Only paths travel to the workers and only JSON comes back: the images have to be found under the same paths everywhere,
 and `qvstreet` has to be installed where the workers run. Needs Debian's python3-distributed.
@@ -31,6 +31,10 @@ TRIES = 3
 
 # Chunks in the cluster for each thread of it: one at work, one to take next, one that waits for an older one's result.
 CHUNKS_PER_THREAD = 3
+
+# Options that change no line of the results, and options whose files may lie elsewhere next time.
+WITHOUT_EFFECT = ("--overlay",)
+NAMING_FILES = ("--mask", "--grey-weights")
 
 # Exit statuses 0 to 4 are those of the command.
 STOPPED = 5
@@ -158,6 +162,46 @@ class Output:
             self._count(line)
 
 
+def options_record(options):
+    """The options of the command as one line of JSON: in one order however they were written, without the folders of this
+    machine and without what changes no result."""
+    record, others, rest = {}, [], list(options[1:])
+    while rest:
+        name, equals, value = rest.pop(0).partition("=")
+        if not name.startswith("--") or name == "--no-seconds":
+            others.append(name + equals + value)
+            continue
+        if not equals and rest:
+            value = rest.pop(0)
+        if name in NAMING_FILES:
+            value = os.path.basename(value)
+        if name not in WITHOUT_EFFECT:
+            record[name] = value
+    return json.dumps({"subcommand": options[0], "options": record, "others": sorted(others)}, sort_keys=True)
+
+
+def keep_options(path, options, done):
+    """Writes the options beside the results, or holds them against those that the first results were found with."""
+    if not os.path.isfile(path):
+        return  # a device keeps nothing that could go on
+    record, file_name = options_record(options), path + ".options"
+    try:
+        if done == 0:
+            with open(file_name + ".tmp", "w", encoding="utf-8", errors="surrogateescape") as file:
+                file.write(record + "\n")
+            os.replace(file_name + ".tmp", file_name)
+            return
+        with open(file_name, encoding="utf-8", errors="surrogateescape") as file:
+            former = file.read().rstrip("\n")
+    except FileNotFoundError:
+        return  # results from elsewhere: whoever put them there answers for their options
+    except OSError as error:
+        raise BatchError(4, f"{file_name!r}: cannot be read or written: {error.strerror}") from error
+    if former != record:
+        raise BatchError(2, f"{path!r}: has {done} results of other options: {file_name!r} says {former}, this call "
+                            f"{record}; allowed are the same options, or a new file")
+
+
 def image_of(line):
     start = b'{"image":'
     if not line.startswith(start):
@@ -216,7 +260,7 @@ class Batch:
         self._folder = os.getcwd()
         self._next = output.done
         self._flying = collections.deque()  # chunks in the order of the list
-        self._known = set()                 # what the command says in every call, so that it is said once
+        self._known = set()                 # what the command says of the whole call
         self.status = 0
         self.progress = Progress(output.done, len(images))
 
@@ -280,11 +324,10 @@ class Batch:
         return lines, said, status
 
     def _say(self, result):
-        """Passes on what the command said, without what it says in every call."""
+        """Passes on what the command said, but only once what is about the call and not about an image."""
         messages = result[1].splitlines(keepends=True)
         new = [message for message in messages if message not in self._known]
-        if not result[0]:
-            self._known.update(messages)
+        self._known.update(message for message in messages if not message.startswith(b"qvstreet: '"))
         if new:
             self.progress.clear()
             sys.stderr.buffer.write(b"".join(new))
@@ -365,6 +408,7 @@ def run_batch(call):
     images = list_images(call.images)
     check_names(call.options, images)
     output = Output(call.output, images)
+    keep_options(call.output, call.options, output.done)
     if output.done:
         print(f"{call.output}: {output.done} of {len(images)} images are done", file=sys.stderr)
     if output.done == len(images):

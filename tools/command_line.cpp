@@ -37,21 +37,23 @@ const char* examplesOf(Subcommand subcommand) {
                    "  qvstreet find --mode coarse --width 20 wafer.png\n"
                    "  qvstreet find --mode ridge --width 18,30 --polarity dark --max 9 \\\n"
                    "                --json found.json --overlay found.svg wafer.tif\n"
-                   "  qvstreet find --mode coarse --overlay 'out/{name}.png' lot/*.png > lot.jsonl\n"
-                   "  find lot -name '*.png' | qvstreet find --files-from - > lot.jsonl\n"
-                   "  qvstreet find --files-from lot.txt --shard 3/20 --json part-03.jsonl\n";
+                   "  qvstreet find --mode coarse --width 20 --overlay 'out/{name}.png' lot/*.png > lot.jsonl\n"
+                   "  find lot -name '*.png' | qvstreet find --mode coarse --width 20 --files-from - > lot.jsonl\n"
+                   "  qvstreet find --mode coarse --width 20 --files-from lot.txt --shard 3/20 --json part-03.jsonl\n";
         case Subcommand::streets:
             return "Examples:\n"
-                   "  qvstreet streets --width 20 --range-x 15,25 --range-y 15,25 wafer.png\n"
-                   "  qvstreet streets --mode coarse --width 6 --overlay streets.png wafer.png\n";
+                   "  qvstreet streets --mode coarse --width 6 --overlay streets.png wafer.png\n"
+                   "  qvstreet streets --width 28 --range-x 24,32 --range-y 24,32 wafer.png\n"
+                   "In edge mode streets takes X and Y of --width, --range-x and --range-y the other way round: X for\n"
+                   "the level streets, Y for the upright ones.\n";
         case Subcommand::angles:
             return "Examples:\n"
                    "  qvstreet angles wafer.png\n"
                    "  qvstreet angles --max 4 --client 0.5,0,0,0.5,0,0 wafer.png\n";
         case Subcommand::inspect:
             return "Examples:\n"
-                   "  qvstreet inspect --width 20 --report wafer.html wafer.png\n"
-                   "  qvstreet inspect --mode coarse --report 'pages/{name}.html' lot/*.png\n"
+                   "  qvstreet inspect --width 28 --report wafer.html wafer.png\n"
+                   "  qvstreet inspect --mode coarse --width 20 --report 'pages/{name}.html' lot/*.png\n"
                    "It takes the options of find, and writes JSON only where --json asks for it.\n";
         case Subcommand::blank:
             break;
@@ -224,16 +226,58 @@ std::string optionNames(Subcommand subcommand) {
     return names + "--help";
 }
 
+/// How many letters have to be put in, left out or replaced to make one word of the other.
+std::size_t lettersBetween(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        std::size_t diagonal = row[0];
+        row[0] = i + 1;
+        for (std::size_t j = 0; j < b.size(); ++j) {
+            const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+/// The option that is meant by a word that is none: the nearest one of those that differ by two letters at most, so that
+/// two exchanged letters count, or the only one that begins so. Empty where there is none.
+std::string nearestOption(Subcommand subcommand, const std::string& argument) {
+    constexpr std::size_t kMostLetters = 2;
+    const std::string_view word = std::string_view(argument).substr(0, argument.find('='));
+    std::string nearest;
+    std::string longer;
+    std::size_t beginning = 0;
+    std::size_t least = kMostLetters + 1;
+    for (const OptionSpec& spec : optionTable()) {
+        if (!offers(subcommand, spec)) continue;
+        const std::string_view name = spec.name;
+        if (const std::size_t letters = lettersBetween(word, name); letters < least) {
+            least = letters;
+            nearest = name;
+        }
+        if (word.size() > 2 && name.substr(0, word.size()) == word) {
+            ++beginning;
+            longer = name;
+        }
+    }
+    return nearest.empty() && beginning == 1 ? longer : nearest;
+}
+
 /// Fills in the default ranges and holds each width against its range.
 std::string settleRanges(RawOptions& raw) {
     CommandOptions& options = raw.options;
     options.rangeX = raw.rangeX.value_or(Interval{0.5 * options.widthX, 1.5 * options.widthX});
     options.rangeY = raw.rangeY.value_or(Interval{0.5 * options.widthY, 1.5 * options.widthY});
-    const auto check = [](double width, const Interval& range, const char* axis, const char* option) -> std::string {
+    const auto check = [&raw](double width, const Interval& range, const char* axis,
+                              const char* option) -> std::string {
         if (range.low <= width && width <= range.high) return {};
-        return notAllowed(
-            "--width", shortest(width),
-            shortest(range.low) + " to " + shortest(range.high) + " for " + axis + ", as " + option + " says");
+        const std::string allowed =
+            shortest(range.low) + " to " + shortest(range.high) + " for " + axis + ", as " + option + " says";
+        if (raw.widthGiven) return notAllowed("--width", shortest(width), allowed);
+        return "--width: is not given, and its default " + shortest(width) + " is not allowed; allowed is " + allowed;
     };
     const std::string message = check(options.widthX, options.rangeX, "X", "--range-x");
     return message.empty() ? check(options.widthY, options.rangeY, "Y", "--range-y") : message;
@@ -282,6 +326,18 @@ void takeBlock(const Shard& shard, CommandOptions& options) {
 
 }  // namespace
 
+const char* nameOf(Polarity polarity) {
+    switch (polarity) {
+        case Polarity::any:
+            return "any";
+        case Polarity::dark:
+            return "dark";
+        case Polarity::light:
+            break;
+    }
+    return "light";
+}
+
 ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     const SplitArguments split = splitArguments(arguments);
     if (split.emptyValue != nullptr) return wrong(valueMissing(*split.emptyValue) + kSeeHelp);
@@ -302,7 +358,10 @@ ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     raw.options.subcommand = subcommandNamed(chosen->get_name()).value_or(Subcommand::find);
     if (raw.options.subcommand == Subcommand::inspect) raw.options.json.clear();
     if (const auto unknown = takeImages(chosen->remaining(), raw.options.images)) {
-        return wrong(inQuotes(*unknown) + " is not an option; allowed are " + optionNames(raw.options.subcommand));
+        const std::string meant = nearestOption(raw.options.subcommand, *unknown);
+        return wrong(inQuotes(*unknown) + " is not an option" +
+                     (meant.empty() ? "; allowed are " : ", did you mean " + meant + "? Allowed are ") +
+                     optionNames(raw.options.subcommand));
     }
     raw.options.images.insert(raw.options.images.end(), split.images.begin(), split.images.end());
     for (std::size_t i = 0; i < program.values.size(); ++i) {

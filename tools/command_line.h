@@ -21,6 +21,7 @@ enum ExitStatus : int {
 };
 
 enum class Polarity { any, dark, light };
+const char* nameOf(Polarity polarity);
 enum class Direction { horizontal, vertical };
 
 struct Interval {

@@ -4,6 +4,7 @@
 #include "qvstreet/qvstreet.h"
 #include "qvstreet/streetfinder/street_finder_access.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
+#include "tools/search_hints.h"
 #include "tools/sketch_results.h"
 #include "tools/text.h"
 #include "tools/trace_file.h"
@@ -125,6 +126,7 @@ void search(const CommandOptions& options, const GreyImage& image, ImageReport& 
     seconds.search = timer.sec();
     report.seconds = seconds;
     report.traceFailed = !trace.isWhole();
+    report.hints = hintsOf(options, finder, !crossings.empty() || !streets.empty());
     if (options.overlays.empty()) return;
     if (report.crossings) report.drawing = drawCrossings(crossings, buffer.imageFromClientXform());
     if (report.streets) report.drawing = drawStreets(streets, buffer.imageFromClientXform());

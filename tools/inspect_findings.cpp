@@ -132,6 +132,12 @@ std::string failedPairs(const qvDiagObject& records) {
                        " has the polarity that was asked for: as far apart as the two edges of a street are " + ofAny +
                        ".";
             }
+            const std::string refused = textOf(candidates, refusedPairsLabel(direction));
+            if (!refused.empty()) {
+                return std::string("All pairs of lines of ") + kNames[direction] +
+                       " that are as far apart as the two edges of a street were refused by the overlap test: " +
+                       refused + ".";
+            }
             return std::string("No two lines of ") + kNames[direction] +
                    " are as far apart as the two edges of a street; allowed widths are " +
                    textOf(candidates, L"Street widths") + ".";
@@ -257,6 +263,10 @@ std::string counted(std::size_t count, const char* what) {
 
 std::wstring pairsOfAnyPolarityLabel(std::size_t direction) {
     return L"Pairs whatever their polarity" + std::wstring(kDirections.at(direction));
+}
+
+std::wstring refusedPairsLabel(std::size_t direction) {
+    return L"Pairs refused by the overlap test" + std::wstring(kDirections.at(direction));
 }
 
 bool keepsLinesOfBothDirections(const qvDiagObject& records) {

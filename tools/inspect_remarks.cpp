@@ -1,20 +1,12 @@
 // What stands beside the verdict: results that a user would misread without a word, and the settings behind them.
-#include "qvstreet/candidates/pair_test.h"
-#include "qvstreet/platform/diagnostic_cells.h"
-#include "qvstreet/streetfinder/candidate_search.h"
-#include "qvstreet/streetfinder/street_finder_access.h"
-#include "qvstreet/streetfinder/street_finder_impl.h"
-#include "tools/finder_run.h"
 #include "tools/inspection.h"
+#include "tools/search_hints.h"
 #include "tools/text.h"
 
 #include <algorithm>
 
 namespace qvtool {
 namespace {
-
-// Edges nearer than this many lengths of the line filter run together in its response.
-constexpr double kFilterLengthsBetweenEdges = 2.5;
 
 // The streets of a wafer are nearly square to each other; what leans more are two directions of the same streets.
 constexpr double kLeastAngleOfStreets = 60.0;
@@ -68,29 +60,18 @@ std::string countRemark(const CommandOptions& options, const Inspection& inspect
 }
 
 std::string projectionRemark(const CommandOptions& options, const Inspection& inspection) {
-    if (options.polarity == Polarity::any) return {};
-    const std::size_t lost = linesBeyondProjection(inspection.records);
-    if (lost == 0) return {};
-    return (lost == 1 ? "1 line lies" : std::to_string(lost) + " lines lie") +
-           " too far along the longer side of the image for " + (lost == 1 ? "its" : "their") +
-           " polarity to be measured, and " + (lost == 1 ? "is" : "are") +
-           " lost: try --polarity any, or a crop nearer to a square.";
+    // In a square image such lines have angles of no streets, and there is no longer side to speak of.
+    const bool isSquare = inspection.image.width() == inspection.image.height();
+    if (options.polarity == Polarity::any || isSquare) return {};
+    return linesLostSentence(linesBeyondProjection(inspection.records));
 }
 
 std::string widthRemark(const CommandOptions& options, const Inspection& inspection) {
     if (options.mode != Mode::edge || !inspection.results.crossings.empty()) return {};
     // What has no lines has no edges that could run together.
     if (!keepsLinesOfBothDirections(inspection.records)) return {};
-    for (std::size_t direction = 0; direction < 2; ++direction) {
-        const std::optional<double> length = filterLengthAcross(inspection.records, direction);
-        if (!length) continue;
-        const double least = kFilterLengthsBetweenEdges * *length;
-        const double width = direction == 0 ? options.widthY : options.widthX;
-        if (width >= least) continue;
-        return "In edge mode the two edges of a street narrower than about " + withDigits(least, 1) +
-               " client units run together, and --width is " + shortest(width) + ": try --mode ridge or coarse.";
-    }
-    return {};
+    return edgeLimitSentence(options,
+                             {filterLengthAcross(inspection.records, 0), filterLengthAcross(inspection.records, 1)});
 }
 
 }  // namespace
@@ -107,31 +88,6 @@ std::vector<std::string> remarksOf(const CommandOptions& options, const Inspecti
                                         widthRemark(options, inspection)};
     remarks.erase(std::remove(remarks.begin(), remarks.end(), std::string()), remarks.end());
     return remarks;
-}
-
-void recordPairsOfAnyPolarity(const CommandOptions& options, const qvStreetFinder& finder, qvDiagObject& records) {
-    if (options.mode != Mode::edge || options.polarity == Polarity::any) return;
-    qvDiagRecord* const record = qf_lastRecord(records, L"Candidates");
-    if (record == nullptr) return;
-    const qv_streetFinderImpl& impl = qf_finderRecord(finder);
-    qv_candidateTolerances tolerances = impl.tolerances;
-    tolerances.widthLower = qvPair<double>(options.rangeX.low, options.rangeY.low);
-    tolerances.widthUpper = qvPair<double>(options.rangeX.high, options.rangeY.high);
-    for (std::size_t direction = 0; direction < impl.lines.size() && direction < 2; ++direction) {
-        std::vector<qv_ridgeLine> lines;
-        for (const qvLineFinderResults& line : impl.lines[direction]) {
-            lines.push_back(makeRidgeLine(line, static_cast<long>(lines.size())));
-        }
-        std::vector<qv_candPair> pairs;
-        // Without a polarity to test, the projection and the three lengths are not looked at.
-        generatePairs(lines, 0, static_cast<long>(lines.size()), pairs, tolerances,
-                      direction == 0 ? eHorizontalPair : eVerticalPair, impl.projectionAlong0,
-                      qvStreetFinderDefs::eAnyPolarity, 0.0, 0.0, 0.0, nullptr);
-        const std::wstring asked = options.polarity == Polarity::dark ? L"dark" : L"light";
-        record->text(qfStr(static_cast<long>(pairs.size())) + (pairs.size() == 1 ? L" pair" : L" pairs") +
-                         L"; asked for were " + asked + L" ones",
-                     pairsOfAnyPolarityLabel(direction));
-    }
 }
 
 }  // namespace qvtool

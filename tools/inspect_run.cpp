@@ -21,18 +21,6 @@ std::wstring number(long value) { return qfStr(value); }
 
 std::wstring pairOf(double first, double second) { return number(first) + L", " + number(second); }
 
-const char* nameOf(Polarity polarity) {
-    switch (polarity) {
-        case Polarity::any:
-            return "any";
-        case Polarity::dark:
-            return "dark";
-        case Polarity::light:
-            break;
-    }
-    return "light";
-}
-
 qvDiagTable optionsTable(const CommandOptions& options) {
     qvDiagTable table;
     table.label = L"Options";
@@ -221,6 +209,7 @@ void runInspection(const CommandOptions& options, const GreyImage& image, ImageR
             FinderTrace trace(finder, options.trace);
             qf_diagnosedRun(finder, inspection.image, {}, inspection.records, inspection.results);
             recordPairsOfAnyPolarity(options, finder, inspection.records);
+            recordRefusedPairs(options, finder, inspection.records);
             inspection.constants = constantsOf(qf_finderRecord(finder));
             report.traceFailed = !trace.isWhole();
         });

@@ -57,6 +57,13 @@ void recordPairsOfAnyPolarity(const CommandOptions& options, const qvStreetFinde
 /// The label of that text; direction 0 or 1.
 std::wstring pairsOfAnyPolarityLabel(std::size_t direction);
 
+/// In `edge` mode, adds to the record of the candidates how many pairs of lines are as far apart as the edges of a street
+/// and were refused nevertheless, and why: nothing where there are none.
+void recordRefusedPairs(const CommandOptions& options, const qvStreetFinder& finder, qvDiagObject& records);
+
+/// The label of that text; direction 0 or 1.
+std::wstring refusedPairsLabel(std::size_t direction);
+
 /// Width of the line filter across the streets of that direction, 0 or 1, in client units.
 std::optional<double> filterLengthAcross(const qvDiagObject& records, std::size_t direction);
 

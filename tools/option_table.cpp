@@ -65,6 +65,7 @@ std::optional<std::vector<double>> numbers(std::string_view text) {
 bool applyWidth(std::string_view text, RawOptions& raw) {
     const auto values = numbers(text);
     if (!values || values->size() > 2) return false;
+    raw.widthGiven = true;
     raw.options.widthX = values->front();
     raw.options.widthY = values->back();
     return raw.options.widthX > 0.0 && raw.options.widthY > 0.0;
@@ -139,7 +140,9 @@ const std::vector<OptionSpec>& optionTable() {
         {Users::pages, "--report", "FILE",
          "page that shows every stage, .html; {name}, {n} for several images; inspect requires it",
          "a file name that ends in .html", applyReport},
-        {Users::finder, "--mode", "MODE", "how streets show: edge (default; pairs of edges), ridge or coarse (lines)",
+        {Users::finder, "--mode", "MODE",
+         "how streets show: edge (default; pairs of edges, at least 2.5 times --sharpness and 1/49\n"
+         "of the image's side apart), ridge or coarse (lines)",
          "edge, ridge or coarse", applyWord<&Options::mode, kModes>},
         {Users::finder, "--width", "X[,Y]", "nominal street width, client units (default 10)",
          "X or X,Y, numbers greater than 0", applyWidth},

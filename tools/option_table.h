@@ -16,6 +16,7 @@ namespace qvtool {
 /// Values that can be judged only together.
 struct RawOptions {
     CommandOptions options;
+    bool widthGiven = false;
     std::optional<Interval> rangeX;
     std::optional<Interval> rangeY;
     std::optional<Shard> shard;

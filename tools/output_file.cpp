@@ -10,14 +10,13 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 
 namespace qvtool {
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;  // the umask takes its share
+constexpr int kMostLinks = 40;         // as many as the system itself follows
 
 /// Names of unfinished files, in a form that a signal handler may read.
 struct UnfinishedName {
@@ -54,9 +53,16 @@ std::string folderOf(const std::string& path) {
     return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-std::string withLinksFollowed(const std::string& path) {
-    const std::unique_ptr<char, void (*)(void*)> real(::realpath(path.c_str(), nullptr), std::free);
-    return real ? std::string(real.get()) : path;
+/// Where a chain of links leads, whether or not a file is there. Empty for a chain without an end.
+std::string withLinksFollowed(std::string path) {
+    for (int links = 0; links < kMostLinks; ++links) {
+        std::array<char, PATH_MAX> next{};
+        const ssize_t length = ::readlink(path.c_str(), next.data(), next.size());
+        if (length < 0) return path;
+        const std::string target(next.data(), static_cast<std::size_t>(length));
+        path = target[0] == '/' ? target : folderOf(path) + target;
+    }
+    return {};
 }
 
 }  // namespace
@@ -81,8 +87,9 @@ void OutputFile::openFile() {
     }
     // A rename would replace a write-protected file, which its owner surely did not mean.
     if (exists && ::access(path_.c_str(), W_OK) != 0) fail(errno);
-    if (exists) target_ = withLinksFollowed(path_);
-    if (target_.empty() || target_.back() == '/') fail(ENOENT);
+    target_ = withLinksFollowed(path_);
+    if (target_.empty()) fail(path_.empty() ? ENOENT : ELOOP);
+    if (target_.back() == '/') fail(ENOENT);
 
     for (int attempt = 0; descriptor_ < 0; ++attempt) {
         temporary_ =

@@ -67,6 +67,13 @@ struct Seconds {
     double search = 0.0;
 };
 
+/// What a search tells beside its results, a sentence each; empty where there is nothing to tell.
+struct SearchHints {
+    std::string edgeLimit;  ///< `--width` is too narrow for `edge` mode
+    std::string linesLost;  ///< lines whose polarity could not be measured
+    std::string nothing;    ///< why nothing was found, as far as the lines tell
+};
+
 /// Everything that is said about one image. A list is present if the subcommand computes it, be it empty.
 struct ImageReport {
     std::string image;  ///< the path as given
@@ -81,6 +88,7 @@ struct ImageReport {
     std::optional<std::vector<BlankRegion>> blankRegions;
     std::optional<Seconds> seconds;
     bool traceFailed = false;  ///< the file of --trace lacks some of it
+    SearchHints hints;         ///< for standard error, of `find` and `streets`
     ResultDrawing drawing;     ///< crossings or streets as the library draws them, where a picture is wanted
 };
 

@@ -14,6 +14,7 @@
 #include "tools/overlay.h"
 #include "tools/overlay_paths.h"
 #include "tools/result_json.h"
+#include "tools/search_hints.h"
 #include "tools/text.h"
 #include "tools/text_file.h"
 #include "tools/trace_file.h"
@@ -26,6 +27,9 @@
 
 namespace qvtool {
 namespace {
+
+// So many unreadable images at the beginning of a list are no accident.
+constexpr std::size_t kDoubtfulPaths = 10;
 
 /// Standard error, with a progress line that steps aside for messages.
 class Console {
@@ -89,8 +93,9 @@ class Run {
         const bool refines = options_.subcommand == Subcommand::find || options_.subcommand == Subcommand::inspect;
         if (refines && options_.mode == Mode::ridge && options_.polarity == Polarity::any) {
             console_.say(
-                "--polarity any: --mode ridge refines crossings towards light streets then; allowed are dark and light "
-                "too, for streets that are known to be so");
+                "--mode ridge needs --polarity dark or light to measure its crossings; with any it takes the streets "
+                "for "
+                "light ones");
         }
         if (options_.subcommand != Subcommand::blank) return true;
         try {
@@ -127,6 +132,7 @@ class Run {
             console_.say("--trace: " + inQuotes(traceFileOf(options_.trace)) +
                          " does not hold the whole trace; allowed is a file with room for all of it");
         }
+        if (searched) tellHints(image, report);
         if (!options_.seconds) report.seconds.reset();
         if (json_) json_->write(toJson(report, options_.jsonLines));
         if (searched && !options_.overlays.empty()) draw(image, report, options_.overlays[index]);
@@ -139,12 +145,50 @@ class Run {
             image = readImageFile(report.image);
         } catch (const ImageError& error) {
             ++unreadable_;
-            return failed(report, error.what());
+            failed(report, error.what());
+            doubtList();
+            return false;
         }
+        anyRead_ = true;
         report.width = image.width;
         report.height = image.height;
         for (const std::string& note : image.notes) console_.say(inQuotes(report.image) + ": " + note);
         return true;
+    }
+
+    /// A list of something else than paths fails line by line, and no message about a line says so.
+    void doubtList() {
+        if (options_.filesFrom.empty() || anyRead_ || unreadable_ != kDoubtfulPaths) return;
+        console_.say(
+            "--files-from: " + inQuotes(options_.filesFrom) + ": not one of its first " +
+            std::to_string(kDoubtfulPaths) +
+            " lines names an image that can be read: is this a list of paths? Allowed is a file with the path of "
+            "one image in each line");
+    }
+
+    /// What concerns the options is said once, with the first image that it is true of.
+    void tellHints(const GreyImage& image, const ImageReport& report) {
+        const SearchHints& hints = report.hints;
+        if (!edgeLimitTold_ && !hints.edgeLimit.empty()) {
+            console_.say(hints.edgeLimit);
+            edgeLimitTold_ = true;
+        }
+        const std::string oblong = oblongTold_ ? "" : oblongSentence(options_, image.width, image.height);
+        if (!oblong.empty()) {
+            console_.say(oblong);
+            oblongTold_ = true;
+        }
+        if (!hints.linesLost.empty()) console_.say(inQuotes(report.image) + ": " + hints.linesLost);
+        if (!hints.nothing.empty()) console_.say(inQuotes(report.image) + ": " + reasonForNothing(image, hints));
+    }
+
+    std::string reasonForNothing(const GreyImage& image, const SearchHints& hints) const {
+        const bool isFind = options_.subcommand == Subcommand::find;
+        const std::string nothing = isFind ? "No crossing found. " : "No street found. ";
+        // A second search takes its time; in a lot it would be taken for every bare image.
+        std::string reason = options_.images.size() == 1 ? diagnosedReason(options_, image) : "";
+        if (reason.empty()) reason = hints.nothing;
+        return nothing + reason + " qvstreet inspect shows every stage.";
     }
 
     bool searchImage(const GreyImage& image, ImageReport& report, Seen& seen) {
@@ -215,6 +259,9 @@ class Run {
     std::size_t unreadable_ = 0;
     std::size_t refused_ = 0;
     bool pictureFailed_ = false;
+    bool anyRead_ = false;
+    bool edgeLimitTold_ = false;
+    bool oblongTold_ = false;
 };
 
 int printText(const std::string& text) {

@@ -217,6 +217,49 @@ class Batches(unittest.TestCase):
         with self.assertRaisesRegex(module.BatchError, r"would be the same for 'x/a.png' and 'y/a.tif'"):
             module.check_names(["find", "--overlay", "{name}.svg"], [b"x/a.png", b"y/a.tif"])
 
+    def test_RefusesOtherOptionsThanThoseOfTheResults(self):
+        self.make_lot()
+        with open(self.path("lot.txt"), "wb") as file:
+            file.write(b"lot/00 lane.pgm\nlot/01 lane.pgm\n")
+        one = ("--workers", "1")
+        # Each chunk is a call of its own; what is about the call is said once.
+        narrow = self.batch("--chunk", "1", "lot.txt", "narrow.jsonl", where=one, options=["find", "--width", "8"])
+        self.assertEqual(narrow.returncode, 0)
+        self.assertEqual(narrow.stderr.count(b"and --width is 8: try --mode ridge or coarse."), 1, narrow.stderr)
+        # Options that the command refuses leave no trace that a right call would stumble over.
+        self.assertEqual(self.batch("lot.txt", "found.jsonl", options=["find", "--width", "0"], where=one).returncode, 2)
+        self.assertEqual(self.batch("lot.txt", "found.jsonl", where=one).returncode, 0)
+        found = self.read("found.jsonl")
+        self.assertEqual(found.count(b"\n"), 2)
+        self.assertEqual(json.loads(self.read("found.jsonl.options")), {
+            "subcommand": "find", "options": {"--max": "3", "--mode": "coarse", "--width": "8"},
+            "others": ["--no-seconds"]})
+        other = self.batch("lot.txt", "found.jsonl", options=["find", "--mode", "coarse", "--width", "9"])
+        self.assertEqual(other.returncode, 2)
+        self.assertEqual(other.stderr.decode(), (
+            "batch_dask.py: 'found.jsonl': has 2 results of other options: 'found.jsonl.options' says "
+            '{"options": {"--max": "3", "--mode": "coarse", "--width": "8"}, "others": ["--no-seconds"], '
+            '"subcommand": "find"}, this call {"options": {"--mode": "coarse", "--width": "9"}, "others": [], '
+            '"subcommand": "find"}; allowed are the same options, or a new file\n'))
+        self.assertEqual(self.batch("lot.txt", "found.jsonl", options=["streets"] + OPTIONS[1:]).returncode, 2)
+        # Written otherwise they are the same, and where pictures go makes no difference.
+        same = ["find", "--no-seconds", "--max=3", "--overlay", "elsewhere/{name}.svg", "--width=8", "--mode=coarse"]
+        again = self.batch("lot.txt", "found.jsonl", options=same)
+        self.assertEqual((again.returncode, again.stderr), (0, b"found.jsonl: 2 of 2 images are done\n"))
+        self.assertEqual(self.read("found.jsonl"), found)
+        os.remove(self.path("found.jsonl.options"))
+        self.assertEqual(self.batch("lot.txt", "found.jsonl", options=["find", "--width", "9"]).returncode, 0)
+
+    def test_KeepsTheNamesOfFilesWithoutTheirFolders(self):
+        spec = importlib.util.spec_from_file_location("batch_dask", os.path.join(EXAMPLES, "batch_dask.py"))
+        module = importlib.util.module_from_spec(spec)
+        spec.loader.exec_module(module)
+        record = module.options_record(["blank", "--mask", "/a/b/m.png", "--street-width=64", "--overlay=o/{name}.png",
+                                        "--grey-weights=/c/w.txt"])
+        self.assertEqual(json.loads(record), {
+            "subcommand": "blank", "others": [],
+            "options": {"--mask": "m.png", "--street-width": "64", "--grey-weights": "w.txt"}})
+
     def test_UsesARunningCluster(self):
         self.make_lot()
         head, worker = (["/usr/bin/python3", "-m", f"distributed.cli.dask_{what}", "--scheduler-file",

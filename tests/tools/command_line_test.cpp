@@ -152,10 +152,33 @@ TEST(CommandLine, EachRefusalNamesOptionValueAndWhatIsAllowed) {
 }
 
 TEST(CommandLine, AWidthOutsideItsRangeNamesTheRange) {
-    EXPECT_EQ(refused({"--range-x", "15,20"}),
+    EXPECT_EQ(refused({"--width", "10", "--range-x", "15,20"}),
               "--width: '10' is not allowed; allowed is 15 to 20 for X, as --range-x says");
     EXPECT_EQ(refused({"--width", "12,3", "--range-x", "12,12", "--range-y", "3.5,9"}),
               "--width: '3' is not allowed; allowed is 3.5 to 9 for Y, as --range-y says");
+}
+
+TEST(CommandLine, ADefaultWidthOutsideItsRangeIsCalledADefault) {
+    EXPECT_EQ(refused({"--range-x", "15,20"}),
+              "--width: is not given, and its default 10 is not allowed; allowed is 15 to 20 for X, as --range-x says");
+    EXPECT_EQ(refused({"--range-y", "3,9"}),
+              "--width: is not given, and its default 10 is not allowed; allowed is 3 to 9 for Y, as --range-y says");
+}
+
+TEST(CommandLine, AnOptionThatIsNearlyRightIsNamed) {
+    const std::string allowed = " Allowed are --mode, --width, ";
+    const auto beginning = [](const std::string& message) { return message.substr(0, message.find("--range-x")); };
+    EXPECT_EQ(beginning(refused({"--widht", "20"})), "'--widht' is not an option, did you mean --width?" + allowed);
+    EXPECT_EQ(beginning(refused({"--widths=20"})), "'--widths=20' is not an option, did you mean --width?" + allowed);
+    EXPECT_EQ(beginning(refused({"--pol", "dark"})), "'--pol' is not an option, did you mean --polarity?" + allowed);
+    EXPECT_EQ(
+        refused({"--range", "1,2"}).rfind("'--range' is not an option, did you mean --range-x? Allowed are --mode", 0),
+        0U);
+    // Three letters away, and the beginning of no option.
+    EXPECT_EQ(beginning(refused({"--wdxx", "20"})), "'--wdxx' is not an option; allowed are --mode, --width, ");
+    // The beginning of several.
+    EXPECT_EQ(beginning(refused({"--s", "20"})), "'--s' is not an option; allowed are --mode, --width, ");
+    EXPECT_EQ(refusedCall({"blank", "--width", "9", "a.png"}).substr(0, 38), "'--width' is not an option; allowed ar");
 }
 
 TEST(CommandLine, MissingAndRepeatedValues) {

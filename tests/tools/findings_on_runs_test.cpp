@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 
 using qvtest::oblongWafer;
@@ -111,6 +112,38 @@ TEST_F(FindingsOnRuns, StreetsThatAreTooNarrowAreNoPairsOfEdges) {
     EXPECT_TRUE(verdictSays("No two lines of direction ")) << verdict;
     EXPECT_TRUE(verdictSays("allowed widths are X 50 to 55, Y 50 to 55 client units.")) << verdict;
     EXPECT_EQ(remarks, "");
+}
+
+TEST_F(FindingsOnRuns, EdgesOfADrawnPictureThatEndAtTheSamePlacesAreRefusedForThat) {
+    // Four streets each way on dies of one grey: every edge runs from border to border, to the same pel.
+    PaintedWafer wafer;
+    wafer.width = wafer.height = 1024;
+    for (const double at : {128.0, 384.0, 640.0, 896.0}) {
+        wafer.flat.push_back({qvVector<2>(512.0, at), 0.0, 28.0});
+        wafer.upright.push_back({qvVector<2>(at, 512.0), 90.0, 28.0});
+    }
+    GreyImage image = greyImage(wafer);
+    for (unsigned char& pel : image.pels) pel = pel < 100 ? 60 : 150;
+    CommandOptions options = optionsOf(Mode::edge);
+    options.widthX = options.widthY = 28.0;
+    options.rangeX = {14.0, 41.0};
+    options.rangeY = {14.0, 42.0};
+    run(options, image);
+    EXPECT_EQ(
+        verdict,
+        "No crossing found, 8 single streets. All pairs of lines of direction 1 (upright) that are as far apart as "
+        "the two edges of a street were refused by the overlap test: 4 pairs; in 4 of them both edges end at exactly "
+        "the same places, as in a drawn picture; a grey level of noise parts such ends.");
+
+    // One grey level of noise.
+    std::uint32_t noise = 1;
+    for (unsigned char& pel : image.pels) {
+        noise = noise * 1664525U + 1013904223U;
+        pel = static_cast<unsigned char>(pel + (noise >> 31));
+    }
+    inspection = Inspection();
+    run(options, image);
+    EXPECT_EQ(verdict.rfind("16 crossings and ", 0), 0U) << verdict;
 }
 
 TEST_F(FindingsOnRuns, TheWrongPolarityOfEdgesIsNotTakenForAWrongWidth) {

@@ -111,6 +111,16 @@ TEST_F(Findings, EdgesThatMakeNoStreetAreTheFirstFailureOfEdgeMode) {
               "X 5 to 15, Y 6 to 18 client units.");
 }
 
+TEST_F(Findings, EdgesThatTheOverlapTestRefusedAreNotTakenForAWrongWidth) {
+    candidates(L"2", L"0", L"0");
+    qvDiagRecord& made = records.diagRecord(records.numRecords() - 1);
+    made.text(L"1 pair; their lines do not lie beside each other", qvtool::refusedPairsLabel(1));
+    EXPECT_EQ(
+        firstFailure(records),
+        "All pairs of lines of direction 1 (upright) that are as far apart as the two edges of a street were refused "
+        "by the overlap test: 1 pair; their lines do not lie beside each other.");
+}
+
 TEST_F(Findings, StreetsThatMakeNoCrossAreTheLastFailure) {
     candidates(L"2", L"1", L"0");
     EXPECT_EQ(firstFailure(records),

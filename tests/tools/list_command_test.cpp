@@ -111,6 +111,27 @@ TEST_F(ListOfImages, ThatCannotBeReadIsAWrongCall) {
         "qvstreet: --files-from: '" + list + "' was given beside the image 'more.png'; allowed is one or the other\n");
 }
 
+TEST_F(ListOfImages, ThatNamesTenUnreadableImagesFirstIsDoubtedOnce) {
+    const std::string doubt =
+        "qvstreet: --files-from: '" + list +
+        "': not one of its first 10 lines names an image that can be read: is this a list of paths? Allowed is a file "
+        "with the path of one image in each line\n";
+    const auto saysDoubt = [&](const std::string& text, const std::string& more) {
+        writeText(list, text);
+        const std::string err = angles({"--files-from", list, "--shard", "1/1"}).err;
+        const std::size_t at = err.find(doubt);
+        EXPECT_EQ(err.find(doubt, at == std::string::npos ? at : at + 1), std::string::npos) << more;
+        return at != std::string::npos;
+    };
+    std::string nine;
+    for (int i = 0; i < 9; ++i) nine += folder.path("none" + std::to_string(i)) + "\n";
+    EXPECT_FALSE(saysDoubt(nine, "nine"));
+    EXPECT_TRUE(saysDoubt(nine + "x\n", "ten"));
+    EXPECT_TRUE(saysDoubt(nine + nine + nine, "twenty-seven"));
+    EXPECT_FALSE(saysDoubt(folder.path("a.pgm") + "\n" + nine + nine, "a readable one first"));
+    EXPECT_FALSE(saysDoubt(nine + folder.path("a.pgm") + "\n" + nine, "a readable one at the tenth place"));
+}
+
 TEST_F(ListOfImages, ItsShardsJoinedAreTheWhole) {
     const std::string whole = angles({"--files-from", list}).out;
     for (const int count : {1, 2, 3, 5, 7}) {

@@ -91,6 +91,28 @@ TEST(OutputFile, ASymbolicLinkStaysALink) {
     EXPECT_TRUE(S_ISLNK(status.st_mode));
 }
 
+TEST(OutputFile, ALinkToAFileThatIsNotThereYetBringsItThere) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(::mkdir(folder.path("data").c_str(), 0755), 0);
+    ASSERT_EQ(::symlink("data/middle", folder.path("link").c_str()), 0);
+    ASSERT_EQ(::symlink("real", folder.path("data/middle").c_str()), 0);
+    EXPECT_EQ(failureOf(folder.path("link")), "");
+    EXPECT_EQ(readText(folder.path("data/real")), "text");
+    struct stat status {};
+    ASSERT_EQ(::lstat(folder.path("link").c_str(), &status), 0);
+    EXPECT_TRUE(S_ISLNK(status.st_mode));
+    ASSERT_EQ(::symlink("no/real", folder.path("astray").c_str()), 0);
+    EXPECT_NE(failureOf(folder.path("astray")).find("No such file or directory"), std::string::npos);
+}
+
+TEST(OutputFile, LinksInACircleAreAnErrorAndStay) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(::symlink("b", folder.path("a").c_str()), 0);
+    ASSERT_EQ(::symlink("a", folder.path("b").c_str()), 0);
+    EXPECT_NE(failureOf(folder.path("a")).find("Too many levels of symbolic links"), std::string::npos);
+    EXPECT_EQ(folder.names(), (Names{"a", "b"}));
+}
+
 TEST(OutputFile, TwoFilesMayBeUnfinishedInOneFolder) {
     const TemporaryFolder folder;
     OutputFile a(folder.path("a"));

@@ -41,7 +41,7 @@ def missing_programs():
 class Browser:
     """One browser with an empty profile of its own; a context manager that ends it."""
 
-    def __init__(self, timeout=20):
+    def __init__(self, timeout=90):
         self._timeout = timeout
         self._profile = tempfile.TemporaryDirectory(prefix="qvstreet-browser-")
         self._driver = None
