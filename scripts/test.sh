@@ -36,4 +36,6 @@ run() {
 
 # The benchmarks are built as well, though not run, so that they keep compiling; what they stand beside is not needed.
 run dev -DQVSTREET_BUILD_BENCH=ON -DQVSTREET_BENCH_PEERS=OFF
+echo "== soak: a few seconds of each of the long checks"
+./scripts/soak.sh --short
 $quick || run asan

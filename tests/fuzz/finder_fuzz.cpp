@@ -1,79 +1,70 @@
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <vector>
-
 #include "qvstreet/qvstreet.h"
+#include "tests/fuzz/find_streets.h"
+#include "tests/fuzz/fuzz_input.h"
 
-// Any parameters and any small image end in results or in an exception that the interface names.
+// Any parameters and any two small images, one after the other in one finder, end in results or in an exception that
+// the interface names.
 //
-// Layout of an input: eight doubles (two widths, two ranges, sharpness, rotation), one byte each of mode, polarity, width,
-// height, offset, most results; the rest are pels, repeated as often as needed.
+// Layout of an input: numbers (two widths, two ranges, sharpness), a byte each of mode and polarity, the most results;
+// then of each image width, height, offset, rotation, translation, scale and pels. The second image is that of the
+// first turned upside down.
 
 namespace {
 
-class Reader {
- public:
-    Reader(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
+using qvtest::FuzzInput;
+using qvtest::require;
 
-    double number() {
-        double value = 0.0;
-        const std::size_t count = std::min(size_, sizeof value);
-        std::memcpy(&value, data_, count);
-        data_ += count;
-        size_ -= count;
-        return value;
-    }
-    long byte() {
-        if (size_ == 0) return 0;
-        --size_;
-        return *data_++;
-    }
-    std::vector<unsigned char> pels(std::size_t count) const {
-        std::vector<unsigned char> result(count);
-        for (std::size_t i = 0; i < count && size_ > 0; ++i) result[i] = data_[i % size_];
-        return result;
-    }
+// A side; more tells nothing new and takes longer.
+constexpr long kMostPels = 112;
 
- private:
-    const std::uint8_t* data_;
-    std::size_t size_;
-};
+void search(qvStreetFinder& finder) {
+    std::vector<qvStreetFinderSingleStreetResult> streets;
+    std::vector<qvStreetFinderStreetCrossResult> crossings;
+    std::vector<qvRadian> angles;
+    finder.getAngles(5, angles);
+    qvtest::findStreets(finder, streets);
+    finder.find(crossings);
+    const auto most = static_cast<std::size_t>(finder.runParams().maxResults());
+    require(angles.size() <= 5, "at most cnt angles");
+    require(streets.size() <= most, "at most maxResults streets");
+    require(crossings.size() <= most, "at most maxResults crossings");
+}
 
-void run(Reader input) {
+void run(FuzzInput input) {
     const qvPair<double> width(input.number(), input.number());
     const qvPair<double> rangeX(input.number(), input.number());
     const qvPair<double> rangeY(input.number(), input.number());
     const double sharpness = input.number();
-    const double rotation = input.number();
-    const auto mode = static_cast<qvStreetFinderDefs::waferType>(input.byte() % 4);
+    const auto mode = static_cast<qvStreetFinderDefs::waferType>(input.byte() % 5);
     const auto polarity = static_cast<qvStreetFinderDefs::streetPolarity>(input.byte() % 4);
-    const long columns = input.byte() + 1;
-    const long rows = input.byte() + 1;
-    const long offset = input.byte() - 128;
-    const long most = input.byte();
-    const std::vector<unsigned char> pels = input.pels(static_cast<std::size_t>(columns * rows));
-
+    const long most = input.whole();
     qvStreetFinder finder(qvStreetFinderParams(width, rangeX, rangeY, mode, sharpness, polarity, most));
-    qvPelBuffer_const<unsigned char> image(pels.data(), columns, rows, columns);
-    image.offset(offset, -offset);
-    const qvVector<2> x(1.0, qvDegree(rotation));
-    image.clientFromImageXform(qvXform<2>(qvMatrix<2>(x.x(), -x.y(), x.y(), x.x()), qvVector<2>(rotation, 0.0)));
 
-    std::vector<qvStreetFinderSingleStreetResult> streets;
-    std::vector<qvStreetFinderStreetCrossResult> crossings;
-    std::vector<qvRadian> angles;
+    const long columns = static_cast<long>(input.byte()) % kMostPels + 1;
+    const long rows = static_cast<long>(input.byte()) % kMostPels + 1;
+    const long offset = input.whole();
+    const qvVector<2> x(1.0, qvDegree(static_cast<double>(input.byte() % 16) - 7.0));
+    const qvVector<2> translation(input.number(), input.number());
+    const double scale = static_cast<double>(input.byte() % 8 + 1) / 2.0;
+    const std::vector<unsigned char> pels = qvtest::drawPels(input, columns, rows);
+
+    qvPelBuffer_const<unsigned char> image(pels.data(), columns, rows, columns);
+    image.offset(offset, -(offset / 2));
+    image.clientFromImageXform(
+        qvXform<2>(qvMatrix<2>(scale * x.x(), -scale * x.y(), scale * x.y(), scale * x.x()), translation));
+    const qvPelBuffer_const<unsigned char> upsideDown(pels.data() + (rows - 1) * columns, columns, rows, -columns);
+
     finder.setImage(image);
-    finder.getAngles(5, angles);
-    finder.findSingleStreet(streets);
-    finder.find(crossings);
+    search(finder);
+    finder.setImage(upsideDown);
+    search(finder);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
-        run(Reader(data, size));
+        run(FuzzInput(data, size));
     } catch (const qvInvariantFailure&) {
         throw;  // a broken promise of our own is a finding
     } catch (const qvException&) {

@@ -1,0 +1,27 @@
+# The fuzz targets. qvstreet_add_fuzz_targets(<prefix> <source>...) adds the program <prefix><target> for each, made of
+# the target's own source and those that are named, and leaves the targets' names in QVSTREET_FUZZ_TARGETS.
+set(QVSTREET_FUZZ_FOLDER ${CMAKE_CURRENT_LIST_DIR})
+
+function(qvstreet_add_fuzz_target PREFIX NAME SOURCE LIBRARY)
+  add_executable(${PREFIX}${NAME} ${QVSTREET_FUZZ_FOLDER}/${SOURCE}_fuzz.cpp ${ARGN})
+  target_include_directories(${PREFIX}${NAME} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(${PREFIX}${NAME} PRIVATE QVSTREET_FUZZ_FORMAT="${NAME}")
+  target_link_libraries(${PREFIX}${NAME} PRIVATE ${LIBRARY} qvstreet_build_rules)
+  set_target_properties(${PREFIX}${NAME} PROPERTIES CXX_EXTENSIONS OFF)
+endfunction()
+
+function(qvstreet_add_fuzz_targets PREFIX)
+  set(NAMES finder blank parameters archive)
+  foreach(NAME IN LISTS NAMES)
+    qvstreet_add_fuzz_target(${PREFIX} ${NAME} ${NAME} qvstreet_internal ${ARGN})
+  endforeach()
+  if(TARGET qvstreet_command)
+    set(FORMATS png tiff jpeg bmp pnm)
+    foreach(NAME IN LISTS FORMATS)
+      qvstreet_add_fuzz_target(${PREFIX} ${NAME} image qvstreet_command ${ARGN})
+    endforeach()
+    qvstreet_add_fuzz_target(${PREFIX} command_line command_line qvstreet_command ${ARGN})
+    list(APPEND NAMES ${FORMATS} command_line)
+  endif()
+  set(QVSTREET_FUZZ_TARGETS ${NAMES} PARENT_SCOPE)
+endfunction()

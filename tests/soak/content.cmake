@@ -1,0 +1,5 @@
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  add_executable(soak_content content.cpp)
+  target_link_libraries(soak_content PRIVATE qvstreet_soak_support qvstreet_test_rules)
+  add_test(NAME Soak.Content COMMAND soak_content --short)
+endif()

@@ -1,0 +1,2 @@
+add_executable(soak_determinism determinism.cpp)
+target_link_libraries(soak_determinism PRIVATE qvstreet_soak_support qvstreet_test_rules)

@@ -1,0 +1,4 @@
+if(TARGET qvstreet_tool)
+  add_test(NAME Soak.Outputs
+    COMMAND /usr/bin/python3 -B ${CMAKE_CURRENT_LIST_DIR}/outputs.py $<TARGET_FILE:qvstreet_tool>)
+endif()

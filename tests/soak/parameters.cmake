@@ -1,0 +1,5 @@
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  add_executable(soak_parameters parameters.cpp)
+  target_link_libraries(soak_parameters PRIVATE qvstreet_soak_support qvstreet_test_rules)
+  add_test(NAME Soak.Parameters COMMAND soak_parameters --short)
+endif()

@@ -1,0 +1,5 @@
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  add_executable(soak_properties properties.cpp)
+  target_link_libraries(soak_properties PRIVATE qvstreet_soak_support qvstreet_test_rules)
+  add_test(NAME Soak.Properties COMMAND soak_properties --short)
+endif()

@@ -1,0 +1,5 @@
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  add_executable(soak_sizes sizes.cpp)
+  target_link_libraries(soak_sizes PRIVATE qvstreet_soak_support qvstreet_test_rules)
+  add_test(NAME Soak.Sizes COMMAND soak_sizes --short)
+endif()
