@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs every block of code of one page as a reader would.
 
-    run_page.py PAGE --source DIR --command FILE --library DIR --prefix DIR --module DIR --cxx FILE --scratch DIR
+    run_page.py PAGE --source DIR --command FILE --libraries DIR --prefix DIR --module DIR --cxx FILE --scratch DIR
 
 The page's blocks run in their order in one scratch folder, which holds a copy of examples/, the images wafer.png and
 street.png, and nothing else. `qvstreet` is in PATH, `python3` is Debian's and finds the module.
@@ -114,7 +114,7 @@ class Page:
             "PKG_CONFIG_PATH": add("PKG_CONFIG_PATH", *(os.path.join(options.prefix, library, "pkgconfig")
                                                         for library in ("lib", "lib/x86_64-linux-gnu", "lib64"))),
             # What is built against the prefix finds its library there, as it would in a place the loader knows.
-            "LD_LIBRARY_PATH": add("LD_LIBRARY_PATH", options.library),
+            "LD_LIBRARY_PATH": add("LD_LIBRARY_PATH", options.libraries),
             "PYTHONDONTWRITEBYTECODE": "1",
             "MPLBACKEND": "Agg",
             # A machine with many cores would start as many compilers for each page.
@@ -162,8 +162,8 @@ class Page:
         with open(source, "w", encoding="utf-8") as file:
             file.write(block.text)
         compiled = self.call(block, [self.options.cxx, "-std=c++17", "-Wall", "-Wextra", "-I", self.options.source, source,
-                                     "-o", program, "-L", self.options.library, "-lqvstreet", "-pthread",
-                                     f"-Wl,-rpath,{self.options.library}"])
+                                     "-o", program, "-L", self.options.libraries, "-lqvstreet", "-pthread",
+                                     f"-Wl,-rpath,{self.options.libraries}"])
         if compiled:
             self.call(block, [program])
 
@@ -213,7 +213,7 @@ class Page:
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("page")
-    for option in ("source", "command", "library", "prefix", "cxx", "scratch"):
+    for option in ("source", "command", "libraries", "prefix", "cxx", "scratch"):
         parser.add_argument("--" + option, required=True)
     parser.add_argument("--module", action="append", default=[])
     options = parser.parse_args()

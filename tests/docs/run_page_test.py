@@ -16,7 +16,7 @@ class Options:
 
     def __init__(self, folder):
         self.page, self.source, self.scratch = "page.md", os.path.join(folder, "source"), os.path.join(folder, "scratch")
-        self.command, self.library, self.prefix, self.cxx = "/bin/true", folder, folder, "c++"
+        self.command, self.libraries, self.prefix, self.cxx = "/bin/true", folder, folder, "c++"
         self.module = []
         images = os.path.join(self.source, "examples", "images")
         os.makedirs(images)
