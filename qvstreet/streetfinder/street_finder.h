@@ -41,8 +41,9 @@ class QV_EXPORT qvStreetFinder {
     /// @throws qvStreetFinderDefs::BadParams "Image rotation greater then 5 degree": the client transform is rotated by
     ///         more than 5.0 degrees, or mirrored in x. After these two nothing has changed, and an image bound before
     ///         stays usable.
-    /// @throws qvPel::BadSize, qvMatrixErr::Singular for sizes and client transforms that cannot be sampled; until the
-    ///         next good image the searches then find nothing
+    /// @throws qvPel::BadSize, qvMatrixErr::Singular for sizes and client transforms that cannot be sampled, and for the
+    ///         rare content whose two directions leave no room between them; until the next good image the searches then
+    ///         find nothing
     void setImage(const qvPelBuffer_const<unsigned char>& image);
 
     /// Finds street crossings, best first, at most `maxResults`. Finding none is no failure. Pass an empty vector: in
