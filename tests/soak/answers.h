@@ -17,6 +17,11 @@ using Image = qvPelBuffer_const<unsigned char>;
 using Crossings = std::vector<qvStreetFinderStreetCrossResult>;
 using Streets = std::vector<qvStreetFinderSingleStreetResult>;
 
+/// A side of so many pels is nothing but margins of the spectrum, so that nothing of it can be sampled.
+constexpr long kMarginsOnly = 5;
+/// What `setImage` says where no rectangle fits between the two directions of the content.
+constexpr const char* kUnprojectable = "setImage: 268435970 a number of samples must be 1 to 32767";
+
 /// Number and text of an exception, with the call that threw it in front.
 inline std::string refusalText(const char* call, const qvException& error) {
     return std::string(call) + ": " + std::to_string(error.errorNumber()) + " " + error.what();

@@ -19,11 +19,9 @@ using Defs = qvStreetFinderDefs;
 using BlankDefs = qvStreetBlankRegionFinderDefs;
 
 constexpr unsigned kMostSeconds = 2;
-constexpr long kMarginsOnly = 5;
 constexpr long kModes = 3;
 constexpr long kPolarities = 3;
 constexpr const char* kNoInverse = "setImage: 268436225 the matrix has no inverse";
-constexpr const char* kUnprojectable = "setImage: 268435970 a number of samples must be 1 to 32767";
 
 constexpr std::array<const char*, 12> kContents = {"one level",     "noise",  "few greys", "checkers",
                                                    "thin checkers", "a line", "one pel",   "saturated",

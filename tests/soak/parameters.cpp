@@ -24,11 +24,9 @@ constexpr unsigned kMostSeconds = 2;
 // take long for streets of hundreds of units.
 constexpr unsigned kMostSecondsOfCalipers = 30;
 constexpr double kLongCaliper = 300.0;
-constexpr long kMarginsOnly = 5;
 constexpr double kMostRotation = 5.0;
 constexpr const char* kRotated = "setImage: 268468993 Image rotation greater then 5 degree";
 constexpr const char* kNoInverse = ": 268436225 the matrix has no inverse";
-constexpr const char* kUnprojectable = "setImage: 268435970 a number of samples must be 1 to 32767";
 constexpr const char* kCaliperTooLong = "find: 268435970 a number of samples must be 1 to 32767";
 constexpr const char* kNoStatistics = "findSingleStreet: 268435457 the line carries no statistics";
 

@@ -27,11 +27,9 @@ using BlankDefs = qvStreetBlankRegionFinderDefs;
 
 constexpr long kMostResults = 20;
 
-// A side of 5 pels leaves nothing of the image beside the margins of the spectrum.
-constexpr long kMarginsOnly = 5;
+// What a side of kMarginsOnly pels ends in.
 constexpr const char* kNoInverse = "setImage: 268436225 the matrix has no inverse";
 constexpr long kMostSamples = 32767;
-constexpr const char* kSamples = "setImage: 268435970 a number of samples must be 1 to 32767";
 constexpr const char* kReduction = "setImage: 268435970 a reduction factor must be at most 32767";
 constexpr const char* kEnds = "run: 268435970 a number of samples must be 1 to 32767";
 constexpr const char* kNoWindow = "run: 268435970 width and height of an image must be positive";
@@ -138,7 +136,7 @@ class Sizes {
         } else if (answer.refusal == kReduction) {
             require(std::max(width, height) / 256 > kMostSamples, width, height, "refused: " + answer.refusal);
         } else {
-            const bool allowed = answer.refusal == kSamples && mayBeUnprojectable(finder, image);
+            const bool allowed = answer.refusal == kUnprojectable && mayBeUnprojectable(finder, image);
             require(allowed, width, height, "refused: " + answer.refusal);
         }
         const std::string wrong = whatIsWrong(answer.found, kMostResults);
