@@ -52,10 +52,14 @@ class QV_EXPORT qvStreetFinder {
     /// @throws qvStreetFinderDefs::UnboundImage "Unbound Image::need to call setImage"
     /// @throws qvPel::BadSize in `eRidgeWafer` for a nominal width of about 1365 client units and more: its calipers would
     ///         take more samples than 16 bits count
+    /// @throws qvMatrixErr::Singular where a double cannot tell neighbouring pels apart in the client frame, say at 2.6e-5
+    ///         units per pel and 6e11 units from the origin
     void find(std::vector<qvStreetFinderStreetCrossResult>& results);
 
     /// Finds single streets, best first, at most `maxResults`. Replaces `results`.
     /// @throws qvStreetFinderDefs::UnboundImage "Unbound Image::need to call setImage"
+    /// @throws qvInvariantFailure for a run mode that has no name
+    /// @throws qvMatrixErr::Singular as `find`
     void findSingleStreet(std::vector<qvStreetFinderSingleStreetResult>& results);
 
     /// The candidate street angles of the bound image, best first, at most `cnt`; none of them folded or paired.
