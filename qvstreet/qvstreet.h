@@ -1,6 +1,6 @@
 /// @file
-/// Everything a host needs: the street finder, the blank region finder, and the images, geometry, errors and text they
-/// are spoken to in, and what shows what they did.
+/// Everything a host needs: the street finder, the measurement of what it found, the blank region finder, and the
+/// images, geometry, errors and text they are spoken to in, and what shows what they did.
 #ifndef QVSTREET_QVSTREET_H
 #define QVSTREET_QVSTREET_H
 
@@ -22,6 +22,7 @@
 #include "qvstreet/platform/sampling.h"
 #include "qvstreet/platform/text.h"
 #include "qvstreet/platform/timer.h"
+#include "qvstreet/projection/street_measurement.h"
 #include "qvstreet/streetfinder/street_drawing.h"
 #include "qvstreet/streetfinder/street_finder.h"
 #include "qvstreet/streetfinder/street_finder_defs.h"
