@@ -10,6 +10,7 @@
 #ifndef QVSTREET_PROJECTION_STREET_AXES_H
 #define QVSTREET_PROJECTION_STREET_AXES_H
 
+#include <cmath>
 #include <cstddef>
 
 #include "qvstreet/platform/line.h"
@@ -22,6 +23,8 @@ struct qv_UvLine {
     double slope = 0.0;
 
     double at(double u) const { return v0 + slope * (u - u0); }
+    /// Cosine of its angle with the u axis: a distance along v times this is the distance at right angles.
+    double cosine() const { return 1.0 / std::sqrt(1.0 + slope * slope); }
     /// The same line, `offset` pels further along v.
     qv_UvLine moved(double offset) const { return {u0, v0 + offset, slope}; }
 };

@@ -15,83 +15,23 @@
 #include <cmath>
 #include <limits>
 
-#include "qvstreet/projection/street_measurement_access.h"
+#include "qvstreet/projection/street_measurer.h"
 
 namespace {
 
 using Image = qvPelBuffer_const<unsigned char>;
 using Defs = qvStreetMeasureDefs;
 
-// The finder's square of samples has this many to a side; its crossings are good to a sample or two.
-constexpr double kSamplesToASide = 246.0;
-constexpr double kReachSamples = 2.0;
-constexpr double kReachPels = 2.0;
-// Of broad streets they see the nearer edge as well: this share of the width on top.
-constexpr double kReachWidths = 0.25;
 // Corners that were built from edges tell the width to this share.
 constexpr double kBuiltWidthTolerance = 0.35;
 // Around a crossing, this share of the other street's width and so many pels are left out, half on either side.
 constexpr double kCrossingShare = 1.2;
 constexpr double kCrossingPels = 8.0;
-// A street whose direction differs by more than this from what the finder says, as a slope, is another one.
-constexpr double kOtherSlope = 0.035;
-// Beyond this many pels from the window nothing is looked for.
-constexpr double kFarAway = 1e6;
-// What an edge of an unusual shape, the pel grid and the grey levels' rounding leave in the position of a line, pels, and in
-// its slope over the length of the image.
-constexpr double kLeastDeviationPels = 0.001;
 constexpr double kParallel = 1e-6;
 constexpr std::size_t kNoStreet = std::numeric_limits<std::size_t>::max();
-// Streets of one direction whose slopes scatter by so much more than they should are not parallel.
-constexpr double kFanSigmas = 3.0;
-// A reach that leaves nothing out, client units.
-constexpr double kWholeImage = 1e30;
 
-/// Between the client frame and the pels of the window.
-class Frames {
- public:
-    explicit Frames(const Image& image)
-        : clientFromWindow_(image.clientFromImageXform() *
-                            qvXform<2>(qvMatrix<2>(), qvVector<2>(static_cast<double>(image.offset().first),
-                                                                  static_cast<double>(image.offset().second)))),
-          windowFromClient_(clientFromWindow_.inverse()) {
-        const qvMatrix<2>& m = clientFromWindow_.matrix();
-        areaScale_ = std::fabs(m.element(0, 0) * m.element(1, 1) - m.element(0, 1) * m.element(1, 0));
-    }
-
-    qvVector<2> window(const qvVector<2>& client) const { return windowFromClient_ * client; }
-    qvVector<2> client(const qvVector<2>& window) const { return clientFromWindow_ * window; }
-    qvVector<2> windowVector(const qvVector<2>& client) const { return windowFromClient_.mapVector(client); }
-    qvVector<2> clientVector(const qvVector<2>& window) const { return clientFromWindow_.mapVector(window); }
-    /// Client units per pel along a direction of the window, and at right angles to lines of that direction.
-    double along(const qvVector<2>& unitDirection) const { return clientVector(unitDirection).len(); }
-    double across(const qvVector<2>& unitDirection) const { return areaScale_ / along(unitDirection); }
-    /// Standard deviations in x and y, client frame, of a point with these covariances in the window.
-    qvVector<2> deviations(double xx, double xy, double yy) const {
-        const qvMatrix<2>& m = clientFromWindow_.matrix();
-        const auto row = [&](int r) {
-            const double a = m.element(r, 0);
-            const double b = m.element(r, 1);
-            return std::sqrt(std::max(0.0, a * a * xx + 2.0 * a * b * xy + b * b * yy));
-        };
-        return qvVector<2>(row(0), row(1));
-    }
-
- private:
-    qvXform<2> clientFromWindow_;
-    qvXform<2> windowFromClient_;
-    double areaScale_ = 0.0;
-};
-
-/// A street as the finder tells it, client frame.
-struct Told {
-    qvVector<2> point;
-    qvRadian angle;
-    /// Narrowest, likeliest and widest.
-    double least = 0.0;
-    double likely = 0.0;
-    double most = 0.0;
-};
+using Frames = qv_MeasurementFrames;
+using Told = qv_ToldStreet;
 
 /// A linear function of a street's fitted numbers (offset 0, offset 1, slope 0, slope 1).
 using Weights = std::array<double, 4>;
@@ -119,184 +59,8 @@ Weights widthAt(double fromU0) { return {-1.0, 1.0, -fromU0, fromU0}; }
 
 /// The whole standard deviation: what the points scatter by, what their shape leaves open, and the least.
 double deviationOf(double variance, double shape = 0.0) {
-    return std::sqrt(std::max(0.0, variance) + shape * shape + kLeastDeviationPels * kLeastDeviationPels);
+    return std::sqrt(std::max(0.0, variance) + shape * shape + kLeastLineDeviationPels * kLeastLineDeviationPels);
 }
-
-/// Of a line v = ... with this slope: the cosine of its angle with the u axis.
-double cosineOf(double slope) { return 1.0 / std::sqrt(1.0 + slope * slope); }
-
-qv_UvLine centreOf(const qv_EdgeLines& lines, long edges) {
-    const bool both = edges == 2;
-    return {lines.u0, both ? 0.5 * (lines.offset[0] + lines.offset[1]) : lines.offset[0],
-            both ? 0.5 * (lines.slope[0] + lines.slope[1]) : lines.slope[0]};
-}
-
-/// Follows the streets of one image, each once.
-class Measurer {
- public:
-    Measurer(const Image& image, const qvStreetMeasureParams& params) : image_(image), params_(params), frames_(image) {
-        const double side = static_cast<double>(std::max(image.width(), image.height()));
-        searchReach_ = kReachSamples * side / kSamplesToASide + kReachPels;
-    }
-
-    const Frames& frames() const { return frames_; }
-
-    /// The number of a street that passes where this one is said to be, or of a new one.
-    std::size_t follow(const std::vector<qv_UvRange>& crossings, const qv_UvPels& pels,
-                       const qv_StreetPrediction& prediction) {
-        const std::size_t same = known(pels, prediction);
-        if (same < streets_.size()) return same;
-        qv_MeasuredTrack street;
-        street.pels = pels;
-        street.prediction = prediction;
-        measure(crossings, street);
-        streets_.push_back(std::move(street));
-        return streets_.size() - 1;
-    }
-
-    /// That street if it was measured, or else one that was and passes at the same place: another crossing may have shown
-    /// it better.
-    const qv_MeasuredTrack& best(std::size_t street) const {
-        const qv_MeasuredTrack& own = streets_[street];
-        if (own.reason == Defs::eNoReason) return own;
-        const std::size_t same = known(own.pels, own.prediction);
-        return same < streets_.size() ? streets_[same] : own;
-    }
-
-    qv_UvPels pelsAlong(const Told& told) const {
-        return qf_uvPels(image_, frames_.windowVector(qvVector<2>(1.0, told.angle)));
-    }
-
-    /// False where the told street has no place in the window.
-    bool predict(const Told& told, const qv_UvPels& pels, qv_StreetPrediction& prediction) const {
-        const qvVector<2> along = pels.exchange(frames_.windowVector(qvVector<2>(1.0, told.angle)));
-        const qvVector<2> at = pels.exchange(frames_.window(told.point));
-        const double slope = along.y() / along.x();
-        // Also false for what is not a number.
-        if (!(std::fabs(slope) <= 1.0 && std::fabs(at.x()) <= kFarAway && std::fabs(at.y()) <= kFarAway)) return false;
-        const double pelsAcross = 1.0 / (frames_.across(pels.exchange(along.unit())) * cosineOf(slope));
-        const double widest = static_cast<double>(pels.vSize);
-        prediction.centre = {at.x(), at.y(), slope};
-        prediction.likelyWidth = told.likely * pelsAcross;
-        prediction.leastWidth = told.least * pelsAcross;
-        prediction.mostWidth = std::min(told.most * pelsAcross, widest);
-        prediction.reach = searchReach_ + kReachWidths * prediction.likelyWidth;
-        prediction.polarity = params_.streets().streetPolarity();
-        return prediction.likelyWidth > 0.0 && prediction.likelyWidth <= kFarAway && prediction.mostWidth >= 0.0;
-    }
-
-    /// Parallel streets tell each other their direction, unless the evidence speaks against it.
-    void shareDirections() {
-        if (params_.reach() < kWholeImage) return;
-        for (const bool swapped : {false, true}) {
-            std::vector<qv_MeasuredTrack*> group;
-            for (qv_MeasuredTrack& one : streets_)
-                if (one.reason == Defs::eNoReason && one.pels.swapped == swapped) group.push_back(&one);
-            if (group.size() >= 2) shareDirection(group);
-        }
-    }
-
-    std::vector<qv_MeasuredTrack> takeTracks() { return std::move(streets_); }
-
- private:
-    /// A street that was measured and passes where this one is said to be; the number of streets for none. Streets that
-    /// were followed over a part of the image only are each crossing's own.
-    std::size_t known(const qv_UvPels& pels, const qv_StreetPrediction& prediction) const {
-        if (params_.reach() < kWholeImage) return streets_.size();
-        for (std::size_t i = 0; i < streets_.size(); ++i) {
-            const qv_MeasuredTrack& one = streets_[i];
-            if (one.reason != Defs::eNoReason || one.pels.swapped != pels.swapped) continue;
-            const qv_UvLine centre = centreOf(one.track.lines, 2);
-            const double aside = std::fabs(centre.at(prediction.centre.u0) - prediction.centre.v0);
-            const double near = std::max(0.5 * prediction.likelyWidth, 0.5 * prediction.reach);
-            if (aside <= std::min(near, prediction.reach) &&
-                std::fabs(centre.slope - prediction.centre.slope) <= kOtherSlope)
-                return i;
-        }
-        return streets_.size();
-    }
-
-    static void shareDirection(const std::vector<qv_MeasuredTrack*>& group) {
-        double weights = 0.0;
-        double weighted = 0.0;
-        double squares = 0.0;
-        for (const qv_MeasuredTrack* one : group) {
-            const double weight = 1.0 / slopeVarianceOf(*one);
-            weights += weight;
-            weighted += weight * qf_slopeOf(one->track.lines, 2);
-        }
-        const double mean = weighted / weights;
-        for (const qv_MeasuredTrack* one : group) {
-            const double aside = qf_slopeOf(one->track.lines, 2) - mean;
-            squares += aside * aside / slopeVarianceOf(*one);
-        }
-        // Expected: the group's size less one, and so much more only by chance.
-        const double freedom = static_cast<double>(group.size() - 1);
-        if (!(squares <= freedom + kFanSigmas * std::sqrt(2.0 * freedom))) return;
-        for (qv_MeasuredTrack* one : group) {
-            const double weight = 1.0 / slopeVarianceOf(*one);
-            const double others = weights - weight;
-            qf_takeInSlope((weighted - weight * qf_slopeOf(one->track.lines, 2)) / others, 1.0 / others, 2,
-                           one->track.lines);
-        }
-    }
-
-    static double slopeVarianceOf(const qv_MeasuredTrack& street) {
-        const double least = kLeastDeviationPels / std::max(1.0, street.track.extent.high - street.track.extent.low);
-        return qf_slopeVarianceOf(street.track.lines, 2) + least * least;
-    }
-
-    void measure(const std::vector<qv_UvRange>& crossings, qv_MeasuredTrack& street) {
-        const qv_StreetPrediction& told = street.prediction;
-        street.edges = qf_findStreetEdges(street.pels, told, crossings, params_.leastContrast());
-        switch (street.edges.found) {
-            case qv_EdgesFound::outside:
-                street.reason = Defs::eOutsideImage;
-                return;
-            case qv_EdgesFound::none:
-                street.reason = Defs::eNoEdges;
-                return;
-            case qv_EdgesFound::ambiguous:
-                street.reason = Defs::eAmbiguousEdges;
-                return;
-            case qv_EdgesFound::one:
-            case qv_EdgesFound::both:
-                break;
-        }
-        const double pelsAlong =
-            params_.reach() / frames_.along(street.pels.exchange(qvVector<2>(1.0, told.centre.slope).unit()));
-        street.track = qf_trackStreet(street.pels, told.centre, street.edges,
-                                      {std::min(pelsAlong, kFarAway), crossings}, templates_);
-        street.reason = reasonOf(street);
-    }
-
-    static Defs::measureReason reasonOf(const qv_MeasuredTrack& street) {
-        switch (street.track.end) {
-            case qv_TrackEnd::tooShort:
-                return Defs::eOutsideImage;
-            case qv_TrackEnd::tooFew:
-                return Defs::eTooFewPoints;
-            case qv_TrackEnd::unsteady:
-                return Defs::eUnsteadyEdges;
-            case qv_TrackEnd::fitted:
-                break;
-        }
-        const qv_StreetPrediction& told = street.prediction;
-        const qv_UvLine line = centreOf(street.track.lines, street.track.edges);
-        const double expected = street.track.edges == 2 ? told.centre.v0 : told.centre.v0 + street.edges.offset[0];
-        if (std::fabs(line.slope - told.centre.slope) > kOtherSlope ||
-            std::fabs(line.at(told.centre.u0) - expected) > told.reach)
-            return Defs::eElsewhere;
-        return street.track.edges == 2 ? Defs::eNoReason : Defs::eOneEdge;
-    }
-
-    const Image& image_;
-    const qvStreetMeasureParams& params_;
-    Frames frames_;
-    double searchReach_ = 0.0;
-    qv_EdgeTemplates templates_;
-    std::vector<qv_MeasuredTrack> streets_;
-};
 
 /// The point (u, v) of the window's frame in client terms.
 qvVector<2> clientPoint(const Frames& frames, const qv_UvPels& pels, double u, double v) {
@@ -329,8 +93,8 @@ qvStreetLineMeasurement describe(const Frames& frames, const qv_MeasuredTrack& s
     Access::status(result) = both ? Defs::eMeasured : Defs::ePartlyMeasured;
     const qv_EdgeLines& lines = street.track.lines;
     const qv_UvPels& pels = street.pels;
-    const qv_UvLine centre = centreOf(lines, street.track.edges);
-    const double cosine = cosineOf(centre.slope);
+    const qv_UvLine centre = qf_centreOf(lines, street.track.edges);
+    const double cosine = centre.cosine();
     const double fromU0 = u - lines.u0;
     const qvVector<2> along = pels.exchange(qvVector<2>(1.0, centre.slope)).unit();
     const double across = frames.across(along);
@@ -338,7 +102,7 @@ qvStreetLineMeasurement describe(const Frames& frames, const qv_MeasuredTrack& s
 
     Access::angle(result) = runningLike(frames.clientVector(along).angle(), told.angle);
     const double slopeVariance = qf_slopeVarianceOf(lines, street.track.edges);
-    const double leastSlope = kLeastDeviationPels / length;
+    const double leastSlope = kLeastLineDeviationPels / length;
     // Of a small turn, the part across the line counts, by the units across over the units along.
     Access::angleDeviation(result) =
         qvRadian(std::sqrt(slopeVariance + leastSlope * leastSlope) * cosine * cosine * across / frames.along(along));
@@ -365,7 +129,7 @@ struct CentreEquation {
     const qv_MeasuredTrack* street;
 
     explicit CentreEquation(const qv_MeasuredTrack& track) : street(&track) {
-        const qv_UvLine centre = centreOf(track.track.lines, 2);
+        const qv_UvLine centre = qf_centreOf(track.track.lines, 2);
         const qvVector<2> normal = track.pels.exchange(qvVector<2>(-centre.slope, 1.0));
         a = normal.x();
         b = normal.y();
@@ -491,7 +255,7 @@ void qf_measureCrosses(const qvPelBuffer_const<unsigned char>& image,
                        std::vector<qvStreetMeasurement>& measured, std::vector<qv_MeasuredTrack>* tracks) {
     using Access = qv_streetMeasurementAccess;
     if (!image.isBound()) throw qvStreetFinderDefs::UnboundImage(L"Image is unbound.");
-    Measurer measurer(image, params);
+    qv_StreetMeasurer measurer(image, params);
     std::vector<ToldCrossing> all;
     for (const qvStreetFinderStreetCrossResult& result : results) {
         ToldCrossing crossing;
@@ -546,7 +310,7 @@ void qf_measureStreets(const qvPelBuffer_const<unsigned char>& image,
                        std::vector<qv_MeasuredTrack>* tracks) {
     using Access = qv_streetMeasurementAccess;
     if (!image.isBound()) throw qvStreetFinderDefs::UnboundImage(L"Image is unbound.");
-    Measurer measurer(image, params);
+    qv_StreetMeasurer measurer(image, params);
     std::vector<Told> told;
     std::vector<qv_StreetPrediction> predictions;
     std::vector<std::size_t> numbers;
