@@ -18,8 +18,10 @@
 
 namespace {
 
-// Of the template used on the way: a blur of 1.6 pels.
-constexpr long kWideStep = 23;
+// Blur of the template used on the way, pels, and how many of it a street is wide at least.
+constexpr double kMostWideBlur = 1.6;
+constexpr double kLeastWideBlur = 0.8;
+constexpr double kWidthInWideBlurs = 3.5;
 // Half of the first fit's length, pels, and what each further one is longer by.
 constexpr double kFirstReach = 72.0;
 constexpr double kFurther = 4.0;
@@ -56,7 +58,7 @@ constexpr double kCutDeviationPels = 0.012;
 
 // Nearer to the other edge than so many blurs, the street is not level any more; but these pels on the inside are needed.
 constexpr double kOtherEdgeSigmas = 2.0;
-constexpr double kLeastInside = 3.0;
+constexpr double kLeastInside = 2.0;
 // Of a street with one edge: its other edge is nowhere near.
 constexpr double kFarPels = 1e3;
 // The centre line's deviation, from noise alone, below which more blocks than every second one only cost time.
@@ -124,8 +126,8 @@ class Track {
                 point.block = block.index;
                 qv_EdgeSums sums;
                 // Where the line leaves the image there is no point to refuse.
-                if (!qf_gatherEdge(pels_, lines_[e], block.first, block.count, windows[e].first(), windows[e].last(),
-                                   sums))
+                if (!qf_gatherEdge(pels_, lines_[e], block.first, block.count, stacked ? 0 : windows[e].first(),
+                                   stacked ? kEdgePels : windows[e].last(), sums))
                     continue;
                 qv_EdgeFit fit;
                 point.used = windows[e].fit(sums, fit) && (fit.contrast > 0.0) == rising_[e] &&
@@ -195,10 +197,31 @@ class Track {
     std::array<qv_EdgeStack, 2> stacks_{};
 };
 
+/// Of these pels, none so far inside the street that they belong to its other edge.
+/// @param edge   0 or 1: which side of its line the street lies on
+/// @param width  pels along v
+qv_EdgeWindow windowFor(const qv_EdgeTemplate& shape, qv_EdgeStack::Pels pels, std::size_t edge, double width) {
+    constexpr std::size_t kHalf = kEdgePels / 2;
+    const double inside = std::floor(width - kOtherEdgeSigmas * shape.sigma());
+    const std::size_t limit = static_cast<std::size_t>(std::clamp(inside, kLeastInside, static_cast<double>(kHalf)));
+    if (edge == 0)
+        pels.last = std::min(pels.last, kHalf + limit);
+    else
+        pels.first = std::max(pels.first, kHalf - limit);
+    return qv_EdgeWindow(shape, pels.first, pels.last);
+}
+
+/// The template used on the way: wide, but not wider than a narrow street allows.
+long wideStep(double width) {
+    const double sigma = std::clamp(width / kWidthInWideBlurs, kLeastWideBlur, kMostWideBlur);
+    long step = 0;
+    while (qv_EdgeTemplates::sigmaOf(step) < sigma) ++step;
+    return step;
+}
+
 /// Lengthens the fit step by step until it reaches the ends.
-bool follow(Track& track, const std::vector<Block>& blocks, const qv_EdgeTemplate& wide, double u0, double farthest) {
-    const qv_EdgeWindow whole(wide, 0, kEdgePels);
-    const std::array<qv_EdgeWindow, 2> windows{whole, whole};
+bool follow(Track& track, const std::vector<Block>& blocks, const std::array<qv_EdgeWindow, 2>& windows, double u0,
+            double farthest) {
     double nearest = farthest;
     for (const Block& block : blocks) nearest = std::min(nearest, std::fabs(block.middle() - u0));
     for (double reach = nearest + kFirstReach;; reach *= kFurther) {
@@ -212,20 +235,6 @@ bool follow(Track& track, const std::vector<Block>& blocks, const qv_EdgeTemplat
         }
         if (reach >= farthest) return true;
     }
-}
-
-/// The pels that look like the edge, and none so far inside the street that they belong to its other edge.
-/// @param edge  0 or 1: which side of its line the street lies on
-qv_EdgeWindow windowFor(const qv_EdgeStack& stack, const qv_EdgeTemplate& shape, std::size_t edge, double width) {
-    qv_EdgeStack::Pels pels = stack.likeEdge(shape);
-    constexpr double kHalf = static_cast<double>(kEdgePels / 2);
-    const double inside = std::clamp(std::floor(width - kOtherEdgeSigmas * shape.sigma()), kLeastInside, kHalf);
-    const std::size_t limit = static_cast<std::size_t>(inside);
-    if (edge == 0)
-        pels.last = std::min(pels.last, kEdgePels / 2 + limit);
-    else
-        pels.first = std::max(pels.first, kEdgePels / 2 - limit);
-    return qv_EdgeWindow(shape, pels.first, pels.last);
 }
 
 /// How many blocks make the centre line as exact as it needs to be, from what the short ones scatter by.
@@ -263,18 +272,21 @@ qv_StreetTrack qf_trackStreet(const qv_UvPels& pels, const qv_UvLine& centre, co
     result.end = qv_TrackEnd::tooFew;
     double farthest = 0.0;
     for (const Block& block : blocks) farthest = std::max(farthest, std::fabs(block.middle() - centre.u0));
-    if (!follow(track, shortBlocks, templates.of(kWideStep), centre.u0, farthest)) {
+    const double width = edges.found == qv_EdgesFound::one ? kFarPels : edges.offset[1] - edges.offset[0];
+    const qv_EdgeTemplate& wide = templates.of(wideStep(width));
+    const qv_EdgeStack::Pels all{0, kEdgePels};
+    if (!follow(track, shortBlocks, {windowFor(wide, all, 0, width), windowFor(wide, all, 1, width)}, centre.u0,
+                farthest)) {
         result.points = track.points();
         return result;
     }
 
     // From here on the templates have the edges' own blur, and leave out what the street carries near them.
-    const double width = edges.found == qv_EdgesFound::one ? kFarPels : edges.offset[1] - edges.offset[0];
     const std::array<qv_EdgeStack, 2> stacks = track.stacks();
     const long step = templates.bestStep(stacks);
     const qv_EdgeTemplate& edge = templates.of(step);
-    const std::array<qv_EdgeWindow, 2> windows{windowFor(stacks[0], edge, 0, width),
-                                               windowFor(stacks[1], edge, 1, width)};
+    const std::array<qv_EdgeWindow, 2> windows{windowFor(edge, stacks[0].likeEdge(edge), 0, width),
+                                               windowFor(edge, stacks[1].likeEdge(edge), 1, width)};
     const std::vector<Block> enough = someWithin(
         blocks, centre.u0, farthest, blocksNeeded(track.fitted(), track.edges(), count, columns, shortColumns));
     for (int pass = 0; pass < kLastPasses; ++pass) {
