@@ -153,7 +153,43 @@ class Fit {
             const double beyondChance = std::max(0.0, likeness - 2.0 / std::sqrt(std::max(pairs, 1.0)));
             const double held = std::min(beyondChance, 0.9);
             inflation[e] = (1.0 + held) / (1.0 - held);
+            lines.likeness = std::max(lines.likeness, held);
         }
+    }
+
+    /// Least squares of the residuals against what of u * u is neither constant nor linear.
+    void bend(qv_EdgeLines& lines) const {
+        double over = 0.0;
+        double under = 0.0;
+        for (std::size_t e = 0; e < edges_; ++e) {
+            double n = 0.0;
+            double u1 = 0.0;
+            double u2 = 0.0;
+            double u3 = 0.0;
+            for (std::size_t i = 0; i < points_.size(); ++i) {
+                if (edgeOf(i) != e || !points_[i].used) continue;
+                const double u = points_[i].u - u0_;
+                n += 1.0;
+                u1 += u;
+                u2 += u * u;
+                u3 += u * u * u;
+            }
+            const double spread = u2 - u1 * u1 / n;
+            if (!(spread > 0.0)) continue;
+            const double tilt = (u3 - u1 * u2 / n) / spread;
+            const double level = (u2 - tilt * u1) / n;
+            const double weight = 1.0 / (lines.scatter[e] * lines.scatter[e]);
+            for (std::size_t i = 0; i < points_.size(); ++i) {
+                if (edgeOf(i) != e || !points_[i].used) continue;
+                const double u = points_[i].u - u0_;
+                const double bowed = u * u - level - tilt * u;
+                over += weight * bowed * residuals_[i];
+                under += weight * bowed * bowed;
+            }
+        }
+        if (!(under > 0.0)) return;
+        lines.bend = over / under;
+        lines.bendDeviation = 1.0 / std::sqrt(under);
     }
 
     void covariance(bool parallel, const std::array<double, 2>& inflation, qv_EdgeLines& lines) const {
@@ -237,7 +273,9 @@ bool qf_fitEdgeLines(std::vector<qv_EdgePoint>& points, long edges, long leastUs
         found.u0 = fit.u0();
         found.offset = fit.offset();
         found.slope = fit.slope();
+        found.likeness = 0.0;
         fit.scatter(found, inflation);
+        fit.bend(found);
         fit.covariance(parallel, inflation, found);
     };
     if (edges == 2 && fit.solve(false)) {

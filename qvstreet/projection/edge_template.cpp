@@ -150,10 +150,6 @@ void qv_EdgeStack::add(const qv_EdgeSums& block, const qv_EdgeFit& fit) {
     }
 }
 
-bool qv_EdgeStack::empty() const {
-    return std::all_of(counts_.begin(), counts_.end(), [](double count) { return count == 0.0; });
-}
-
 qv_EdgeStack::Levels qv_EdgeStack::levels(const qv_EdgeTemplate& edge) const {
     double n = 0.0;
     double e = 0.0;

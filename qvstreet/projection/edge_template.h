@@ -69,7 +69,9 @@ class qv_EdgeWindow {
 class qv_EdgeStack {
  public:
     void add(const qv_EdgeSums& block, const qv_EdgeFit& fit);
-    bool empty() const;
+    /// By eighth and pel, and columns by eighth.
+    const std::array<std::array<double, kEdgePels>, kEdgePhases>& sums() const { return sums_; }
+    const std::array<double, kEdgePhases>& counts() const { return counts_; }
 
     /// Mean squared difference of the pels about the line from the template, at the level and contrast that fit best.
     double misfit(const qv_EdgeTemplate& edge) const;

@@ -30,7 +30,7 @@ constexpr long kTaps = 4;
 constexpr double kSmoothing = 1.5;
 
 // A pair whose score comes this near to the best one's, elsewhere, leaves the choice open.
-constexpr double kAsGood = 0.85;
+constexpr double kAsGood = 0.7;
 // Pairs whose edges are both nearer than this are the same.
 constexpr double kSamePels = 2.0;
 // A width off by this share of the likely one halves a pair's score.

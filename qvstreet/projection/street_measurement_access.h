@@ -39,6 +39,8 @@ struct qv_MeasuredTrack {
     qv_StreetEdges edges;
     qv_StreetTrack track;
     qvStreetMeasureDefs::measureReason reason = qvStreetMeasureDefs::eNoReason;
+    /// It was followed over a part only, and says nothing of other places.
+    bool isLocal = false;
 };
 
 /// As the public functions of like name; `tracks`, unless null, gets every street that was followed, in the order of the

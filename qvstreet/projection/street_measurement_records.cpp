@@ -44,12 +44,28 @@ std::wstring edgeName(const qv_MeasuredTrack& street, std::size_t e) {
 
 std::size_t edgesOf(const qv_MeasuredTrack& street) { return static_cast<std::size_t>(street.track.edges); }
 
+/// Whether the points are those of the middle of a narrow street, not of its edges.
+bool isBar(const qv_MeasuredTrack& street) { return street.track.barWidth > 0.0; }
+
+/// What the points belong to: one or two edges, or the middle.
+std::size_t seriesOf(const qv_MeasuredTrack& street) { return isBar(street) ? 1 : edgesOf(street); }
+
+std::wstring seriesName(const qv_MeasuredTrack& street, std::size_t e) {
+    return isBar(street) ? L"middle" : edgeName(street, e);
+}
+
 /// Whether lines came of the points, be they good or not.
 bool hasLines(const qv_MeasuredTrack& street) { return street.track.lines.used[0] > 0; }
 
 qv_UvLine lineOf(const qv_MeasuredTrack& street, std::size_t e) {
     const qv_EdgeLines& lines = street.track.lines;
     return {lines.u0, lines.offset[e], lines.slope[e]};
+}
+
+qv_UvLine seriesLine(const qv_MeasuredTrack& street, std::size_t e) {
+    const qv_EdgeLines& lines = street.track.lines;
+    if (!isBar(street)) return lineOf(street, e);
+    return {lines.u0, 0.5 * (lines.offset[0] + lines.offset[1]), 0.5 * (lines.slope[0] + lines.slope[1])};
 }
 
 std::vector<const qv_EdgePoint*> pointsOf(const qv_MeasuredTrack& street, std::size_t e, bool used) {
@@ -156,8 +172,8 @@ qvDiagPlot profilePlot(const qv_MeasuredTrack& street) {
     curve.color = qvColor::blueColor;
     curve.values = edges.profile;
     plot.curves.push_back(curve);
-    plot.marks.push_back(rangeMark(-0.5 * told.likelyWidth, 0.5 * told.likelyWidth, qvColor::yellowColor,
-                                   L"street as the finder says"));
+    plot.marks.push_back(
+        rangeMark(-0.5 * told.likelyWidth, 0.5 * told.likelyWidth, qvColor::yellowColor, L"street as the finder says"));
     const std::size_t found = edges.found == qv_EdgesFound::both ? 2 : edges.found == qv_EdgesFound::one ? 1 : 0;
     for (std::size_t e = 0; e < found; ++e) {
         qvDiagMark mark;
@@ -170,13 +186,13 @@ qvDiagPlot profilePlot(const qv_MeasuredTrack& street) {
     return plot;
 }
 
-/// Distances from the edge's line, or from the middle that the finder says where no line came of the points.
+/// Distances from the line of the edge, or from the middle that the finder says where no line came of the points.
 qvDiagPlot pointPlot(const qv_MeasuredTrack& street, std::size_t e) {
     qvDiagPlot plot;
-    plot.label = L"Points of the " + edgeName(street, e) + L": used green, refused red";
+    plot.label = L"Points of the " + seriesName(street, e) + L": used green, refused red";
     plot.xTitle = L"pels along the street";
     plot.yTitle = hasLines(street) ? L"pels from the line" : L"pels from the middle that the finder says";
-    const qv_UvLine reference = hasLines(street) ? lineOf(street, e) : street.prediction.centre;
+    const qv_UvLine reference = hasLines(street) ? seriesLine(street, e) : street.prediction.centre;
     const auto aside = [&](const qv_EdgePoint& point) { return point.v - reference.at(point.u); };
 
     const std::vector<const qv_EdgePoint*> used = pointsOf(street, e, true);
@@ -186,7 +202,7 @@ qvDiagPlot pointPlot(const qv_MeasuredTrack& street, std::size_t e) {
         limit = std::max(kLeastShownPels, kScattersShown * street.track.lines.scatter[e]);
         for (const qv_EdgePoint* point : used) limit = std::max(limit, std::fabs(aside(*point)));
     }
-    const auto mark = [&](const qv_EdgePoint& point, const qvColor& color) {
+    const auto add = [&](const qv_EdgePoint& point, const qvColor& color) {
         qvDiagMark mark;
         mark.kind = qvDiagMark::ePoint;
         mark.from = point.u;
@@ -194,8 +210,8 @@ qvDiagPlot pointPlot(const qv_MeasuredTrack& street, std::size_t e) {
         mark.color = color;
         plot.marks.push_back(mark);
     };
-    for (const qv_EdgePoint* point : someOf(refused, kMostPointsInPlot)) mark(*point, kRefusedColor);
-    for (const qv_EdgePoint* point : someOf(used, kMostPointsInPlot)) mark(*point, kUsedColor);
+    for (const qv_EdgePoint* point : someOf(refused, kMostPointsInPlot)) add(*point, kRefusedColor);
+    for (const qv_EdgePoint* point : someOf(used, kMostPointsInPlot)) add(*point, kUsedColor);
     if (hasLines(street)) {
         qvDiagMark line;
         line.kind = qvDiagMark::eLevel;
@@ -215,19 +231,19 @@ double contrastOf(const qv_MeasuredTrack& street, std::size_t e) {
     return *middle;
 }
 
-/// Direction of the edge in the image, from +x towards +y.
+/// Direction of the line in the image, from +x towards +y.
 double degreesOf(const qv_MeasuredTrack& street, std::size_t e) {
     const double slope = street.track.lines.slope[e];
     const qvVector<2> along = street.pels.exchange(qvVector<2>(1.0, slope));
     return qvDegree(along.angle()).toDouble();
 }
 
-qvDiagTable edgeTable(const qv_MeasuredTrack& street) {
+qvDiagTable lineTable(const qv_MeasuredTrack& street) {
     qvDiagTable table;
-    table.label = L"Edges";
-    table.heading = qf_cells(L"", L"contrast", L"scatter", L"used", L"refused", L"angle");
-    for (std::size_t e = 0; e < edgesOf(street); ++e)
-        table.rows.push_back(qf_cells(edgeName(street, e), contrastOf(street, e),
+    table.label = L"Lines";
+    table.heading = qf_cells(L"line", L"contrast", L"scatter", L"used", L"refused", L"angle");
+    for (std::size_t e = 0; e < seriesOf(street); ++e)
+        table.rows.push_back(qf_cells(seriesName(street, e), contrastOf(street, e),
                                       hasLines(street) ? qf_cell(street.track.lines.scatter[e]) : std::wstring(),
                                       pointsOf(street, e, true).size(), pointsOf(street, e, false).size(),
                                       hasLines(street) ? qf_cell(degreesOf(street, e)) : std::wstring()));
@@ -252,15 +268,18 @@ void recordStreet(const qv_MeasuredTrack& street, std::size_t number, qvDiagObje
 
     if (hasLines(street)) {
         record.text(qf_cell(street.track.blur) + L" pels, standard deviation", L"Blur of the edges");
-        if (edgesOf(street) == 2)
+        if (isBar(street))
+            record.text(L"the whole street at once, " + qf_cell(street.track.barWidth) + L" pels wide", L"Followed by");
+        else if (edgesOf(street) == 2)
             record.text(street.track.lines.parallel ? L"yes" : L"no: each has a direction of its own",
                         L"Edges are parallel");
     }
-    qf_attachTable(record, edgeTable(street));
-    for (std::size_t e = 0; e < edgesOf(street); ++e) record.plot(pointPlot(street, e));
-    record.text(L"Refused points stand on the line where nothing like the edge was near, and at the rim where they lie "
-                L"further aside.",
-                L"In the plots");
+    qf_attachTable(record, lineTable(street));
+    for (std::size_t e = 0; e < seriesOf(street); ++e) record.plot(pointPlot(street, e));
+    record.text(
+        L"Refused points stand on the line where nothing like it was near, and at the rim where they lie "
+        L"further aside.",
+        L"In the plots");
 }
 
 }  // namespace

@@ -27,8 +27,24 @@ constexpr double kOtherSlope = 0.035;
 constexpr double kFarAway = 1e6;
 // Streets of one direction whose slopes scatter by so much more than they should are not parallel.
 constexpr double kFanSigmas = 3.0;
+// A street bends if its points bow aside by so many standard deviations and by so many pels at its ends, or if neighbouring
+// residuals are this much alike.
+constexpr double kBendSigmas = 4.0;
+constexpr double kBendPels = 0.05;
+constexpr double kWavyLikeness = 0.5;
+// Of the blocks beyond, the share that has to show a street that was followed over a part only.
+constexpr double kLeastShareBeyond = 0.75;
+// The shortest reach, pels, that a bent street is followed over.
+constexpr double kShortestReach = 60.0;
 // A reach that leaves nothing out, client units.
 constexpr double kWholeImage = 1e30;
+
+bool isBent(const qv_StreetTrack& track) {
+    const double half = 0.5 * (track.extent.high - track.extent.low);
+    const bool bowed = std::fabs(track.lines.bend) > kBendSigmas * track.lines.bendDeviation &&
+                       std::fabs(track.lines.bend) * half * half > kBendPels;
+    return bowed || track.lines.likeness > kWavyLikeness;
+}
 
 double slopeVarianceOf(const qv_MeasuredTrack& street) {
     const double least = kLeastLineDeviationPels / std::max(1.0, street.track.extent.high - street.track.extent.low);
@@ -133,7 +149,7 @@ void qv_StreetMeasurer::shareDirections() {
     for (const bool swapped : {false, true}) {
         std::vector<qv_MeasuredTrack*> group;
         for (qv_MeasuredTrack& one : streets_)
-            if (one.reason == Defs::eNoReason && one.pels.swapped == swapped) group.push_back(&one);
+            if (one.reason == Defs::eNoReason && !one.isLocal && one.pels.swapped == swapped) group.push_back(&one);
         if (group.size() >= 2) shareDirection(group);
     }
 }
@@ -151,7 +167,7 @@ std::size_t qv_StreetMeasurer::known(const qv_UvPels& pels, const qv_StreetPredi
     if (params_.reach() < kWholeImage) return streets_.size();
     for (std::size_t i = 0; i < streets_.size(); ++i) {
         const qv_MeasuredTrack& one = streets_[i];
-        if (one.reason != Defs::eNoReason || one.pels.swapped != pels.swapped) continue;
+        if (one.reason != Defs::eNoReason || one.isLocal || one.pels.swapped != pels.swapped) continue;
         const qv_UvLine centre = qf_centreOf(one.track.lines, 2);
         const double aside = std::fabs(centre.at(prediction.centre.u0) - prediction.centre.v0);
         const double near = std::max(0.5 * prediction.likelyWidth, 0.5 * prediction.reach);
@@ -179,9 +195,18 @@ void qv_StreetMeasurer::measure(const std::vector<qv_UvRange>& crossings, qv_Mea
         case qv_EdgesFound::both:
             break;
     }
-    const double pelsAlong =
-        params_.reach() / frames_.along(street.pels.exchange(qvVector<2>(1.0, told.centre.slope).unit()));
-    street.track =
-        qf_trackStreet(street.pels, told.centre, street.edges, {std::min(pelsAlong, kFarAway), crossings}, templates_);
+    const qvVector<2> along = street.pels.exchange(qvVector<2>(1.0, told.centre.slope).unit());
+    double reach = std::min(params_.reach() / frames_.along(along), kFarAway);
+    street.track = qf_trackStreet(street.pels, told.centre, street.edges, {reach, crossings}, templates_);
+    // Optics bow straight streets. Near the place that was asked for each is straight enough.
+    reach = std::min(reach, static_cast<double>(street.pels.uSize));
+    while ((street.track.end != qv_TrackEnd::fitted || isBent(street.track)) && reach > 2.0 * kShortestReach) {
+        reach *= 0.5;
+        street.track = qf_trackStreet(street.pels, told.centre, street.edges, {reach, crossings}, templates_);
+        street.isLocal = true;
+    }
+    if (street.track.end == qv_TrackEnd::fitted && isBent(street.track)) street.track.end = qv_TrackEnd::unsteady;
+    // A street goes on; what ends soon behind the reach is something on a die.
+    if (street.isLocal && street.track.shareBeyond < kLeastShareBeyond) street.track.end = qv_TrackEnd::tooFew;
     street.reason = reasonOf(street);
 }

@@ -65,7 +65,7 @@ class qv_StreetMeasurer {
     const qvStreetMeasureParams& params_;
     qv_MeasurementFrames frames_;
     double searchReach_ = 0.0;
-    qv_EdgeTemplates templates_;
+    qv_StreetTemplates templates_;
     std::vector<qv_MeasuredTrack> streets_;
 };
 

@@ -16,6 +16,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "qvstreet/projection/edge_follower.h"
+
 namespace {
 
 // Blur of the template used on the way, pels, and how many of it a street is wide at least.
@@ -33,8 +35,6 @@ constexpr double kSettledPels = 0.3;
 // The last pass is repeated until the lines move by less: the offset of an edge enters its template by the first derivative
 // alone, which is exact to 0.0005 pels this near.
 constexpr double kLastSettledPels = 0.1;
-// An edge further than this from where it is looked for is another one.
-constexpr double kCapturePels = 3.0;
 
 // Blocks of the last pass: enough for the fit to tell pads from edges, long enough to be cheap.
 constexpr long kShortestBlock = 8;
@@ -44,14 +44,11 @@ constexpr long kBlocksAlong = 64;
 constexpr long kFewestBlocks = 6;
 // Of the blocks looked at, the share that has to show the edge.
 constexpr double kLeastShare = 0.3;
-// A block's contrast, of the median one's: less is a crossing or a gap, more is another structure.
-constexpr double kLeastContrastShare = 0.4;
-constexpr double kMostContrastShare = 2.5;
-// A block that looks this much less like an edge than the median block holds something else as well.
-constexpr double kMisfitShare = 3.0;
 // Points that scatter wider than this do not say where the edge is.
 constexpr double kSteadyPels = 1.0;
 constexpr int kLastPasses = 3;
+// Whether a street goes on is looked up to so many reaches from the start.
+constexpr double kBeyondReach = 1.5;
 // What remains in an edge's position, pels, of the structures whose nearer pels were left out of its window: towards the
 // street's inside at one edge as at the other, so the street's centre hardly notices.
 constexpr double kCutDeviationPels = 0.012;
@@ -61,141 +58,15 @@ constexpr double kOtherEdgeSigmas = 2.0;
 constexpr double kLeastInside = 2.0;
 // Of a street with one edge: its other edge is nowhere near.
 constexpr double kFarPels = 1e3;
+// Streets whose edges are no further apart than this, pels, are followed as a whole: their edges run into each other. With a
+// blur of 1.2 pels at first.
+constexpr double kWidestBar = 7.0;
+constexpr long kBarBlurStep = 15;
+// Standard deviation of the width of such a street, pels, and what each pel adds that twice the blur exceeds it by.
+constexpr double kBarWidthDeviation = 0.08;
+constexpr double kBlurredWidthDeviation = 0.4;
 // The centre line's deviation, from noise alone, below which more blocks than every second one only cost time.
 constexpr double kWantedPels = 0.003;
-
-struct Block {
-    long first;
-    long count;
-    std::int32_t index;
-    double middle() const { return static_cast<double>(first) + 0.5 * static_cast<double>(count); }
-};
-
-/// Blocks of `count` columns along the street, in order of u, where none of the crossings is.
-std::vector<Block> blocksAlong(const qv_UvPels& pels, double u0, const qv_TrackRange& range, long count) {
-    std::vector<Block> blocks;
-    const double low = std::max(0.0, u0 - range.reach);
-    const double high = std::min(static_cast<double>(pels.uSize), u0 + range.reach);
-    std::int32_t index = 0;
-    for (long first = static_cast<long>(low); static_cast<double>(first + count) <= high; first += count, ++index)
-        if (!qf_meetsRange(range.crossings, first, count)) blocks.push_back({first, count, index});
-    return blocks;
-}
-
-/// Up to `most` of the blocks within `reach` of `u0`, evenly spread.
-std::vector<Block> someWithin(const std::vector<Block>& blocks, double u0, double reach, long most) {
-    std::vector<Block> within;
-    for (const Block& block : blocks)
-        if (std::fabs(block.middle() - u0) <= reach) within.push_back(block);
-    const long count = static_cast<long>(within.size());
-    if (count <= most) return within;
-    std::vector<Block> some;
-    for (long i = 0; i < most; ++i) some.push_back(within[static_cast<std::size_t>(i * (count - 1) / (most - 1))]);
-    return some;
-}
-
-double quantileOf(std::vector<double>& values, double share) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size()));
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-class Track {
- public:
-    Track(const qv_UvPels& pels, const qv_UvLine& centre, const qv_StreetEdges& edges)
-        : pels_(pels), u0_(centre.u0), edges_(edges.found == qv_EdgesFound::one ? 1 : 2) {
-        for (std::size_t e = 0; e < count(); ++e) {
-            lines_[e] = centre.moved(edges.offset[e]);
-            rising_[e] = edges.contrast[e] > 0.0;
-        }
-    }
-
-    long edges() const { return edges_; }
-    const std::vector<qv_EdgePoint>& points() const { return points_; }
-    const qv_EdgeLines& fitted() const { return fitted_; }
-
-    /// Edge points of the blocks about the present lines.
-    void look(const std::vector<Block>& blocks, const std::array<qv_EdgeWindow, 2>& windows, bool stacked) {
-        points_.clear();
-        stacks_ = {};
-        for (const Block& block : blocks)
-            for (std::size_t e = 0; e < count(); ++e) {
-                qv_EdgePoint point;
-                point.u = block.middle();
-                point.edge = static_cast<std::int32_t>(e);
-                point.block = block.index;
-                qv_EdgeSums sums;
-                // Where the line leaves the image there is no point to refuse.
-                if (!qf_gatherEdge(pels_, lines_[e], block.first, block.count, stacked ? 0 : windows[e].first(),
-                                   stacked ? kEdgePels : windows[e].last(), sums))
-                    continue;
-                qv_EdgeFit fit;
-                point.used = windows[e].fit(sums, fit) && (fit.contrast > 0.0) == rising_[e] &&
-                             std::fabs(fit.offset) <= kCapturePels;
-                point.v = lines_[e].at(point.u) + (point.used ? fit.offset : 0.0);
-                point.contrast = fit.contrast;
-                point.misfit = fit.misfit;
-                if (point.used && stacked) stacks_[e].add(sums, fit);
-                points_.push_back(point);
-            }
-    }
-
-    /// Takes out the blocks whose contrast or look differs from that of the others.
-    void refuseOddOnes() {
-        std::vector<double> contrasts;
-        std::vector<double> misfits;
-        for (std::size_t e = 0; e < count(); ++e) {
-            contrasts.clear();
-            misfits.clear();
-            for (const qv_EdgePoint& point : points_) {
-                if (!point.used || point.edge != static_cast<std::int32_t>(e)) continue;
-                contrasts.push_back(std::fabs(point.contrast));
-                misfits.push_back(point.misfit);
-            }
-            if (contrasts.empty()) continue;
-            const double contrast = quantileOf(contrasts, 0.5);
-            const double misfit = quantileOf(misfits, 0.25);
-            for (qv_EdgePoint& point : points_) {
-                if (!point.used || point.edge != static_cast<std::int32_t>(e)) continue;
-                const double magnitude = std::fabs(point.contrast);
-                point.used = magnitude >= kLeastContrastShare * contrast &&
-                             magnitude <= kMostContrastShare * contrast && point.misfit <= kMisfitShare * misfit;
-            }
-        }
-    }
-
-    /// Fits the lines; `moved` tells by how much they moved within `reach` of the start.
-    bool fit(long leastUsed, double reach, double& moved) {
-        qv_EdgeLines lines;
-        if (!qf_fitEdgeLines(points_, edges_, leastUsed, lines)) return false;
-        fitted_ = lines;
-        moved = 0.0;
-        const double low = std::max(0.0, u0_ - reach);
-        const double high = std::min(static_cast<double>(pels_.uSize), u0_ + reach);
-        for (std::size_t e = 0; e < count(); ++e) {
-            const qv_UvLine line{lines.u0, lines.offset[e], lines.slope[e]};
-            moved = std::max(
-                {moved, std::fabs(line.at(low) - lines_[e].at(low)), std::fabs(line.at(high) - lines_[e].at(high))});
-            lines_[e] = line;
-        }
-        return true;
-    }
-
-    /// What the blocks last stacked have in common.
-    const std::array<qv_EdgeStack, 2>& stacks() const { return stacks_; }
-
- private:
-    std::size_t count() const { return static_cast<std::size_t>(edges_); }
-
-    const qv_UvPels& pels_;
-    double u0_;
-    long edges_;
-    std::array<qv_UvLine, 2> lines_{};
-    std::array<bool, 2> rising_{};
-    std::vector<qv_EdgePoint> points_;
-    qv_EdgeLines fitted_;
-    std::array<qv_EdgeStack, 2> stacks_{};
-};
 
 /// Of these pels, none so far inside the street that they belong to its other edge.
 /// @param edge   0 or 1: which side of its line the street lies on
@@ -220,12 +91,13 @@ long wideStep(double width) {
 }
 
 /// Lengthens the fit step by step until it reaches the ends.
-bool follow(Track& track, const std::vector<Block>& blocks, const std::array<qv_EdgeWindow, 2>& windows, double u0,
+template <class Windows>
+bool follow(qv_EdgeFollower& track, const std::vector<qv_EdgeBlock>& blocks, const Windows& windows, double u0,
             double farthest) {
     double nearest = farthest;
-    for (const Block& block : blocks) nearest = std::min(nearest, std::fabs(block.middle() - u0));
+    for (const qv_EdgeBlock& block : blocks) nearest = std::min(nearest, std::fabs(block.middle() - u0));
     for (double reach = nearest + kFirstReach;; reach *= kFurther) {
-        const std::vector<Block> some = someWithin(blocks, u0, reach, kBlocksOnTheWay);
+        const std::vector<qv_EdgeBlock> some = qf_someWithin(blocks, u0, reach, kBlocksOnTheWay);
         for (int round = 0; round < kRoundsOfOneReach; ++round) {
             double moved = 0.0;
             track.look(some, windows, true);
@@ -251,35 +123,67 @@ long blocksNeeded(const qv_EdgeLines& lines, long edges, long blocks, long colum
     return std::max(blocks / 2, static_cast<long>(std::min(needed, 1e6)) + 1);
 }
 
-long usedOf(const qv_EdgeLines& lines, std::size_t e) { return lines.used[e]; }
+/// What a track runs over.
+struct Course {
+    double u0;
+    double farthest;
+    /// For the way, and for the last pass.
+    long shortColumns;
+    long columns;
+    std::vector<qv_EdgeBlock> shortBlocks;
+    std::vector<qv_EdgeBlock> blocks;
+    /// From the end of the reach to half as far again.
+    std::vector<qv_EdgeBlock> beyond;
+};
 
-}  // namespace
-
-qv_StreetTrack qf_trackStreet(const qv_UvPels& pels, const qv_UvLine& centre, const qv_StreetEdges& edges,
-                              const qv_TrackRange& range, qv_EdgeTemplates& templates) {
-    qv_StreetTrack result;
-    Track track(pels, centre, edges);
-    result.edges = track.edges();
-
+Course courseAlong(const qv_UvPels& pels, double u0, const qv_TrackRange& range) {
+    Course course{};
+    course.u0 = u0;
     const double along = std::min(static_cast<double>(pels.uSize), 2.0 * range.reach);
-    const long columns = std::clamp(static_cast<long>(along) / kBlocksAlong / 8 * 8, kShortestBlock, kLongestBlock);
-    const long shortColumns = std::min(columns, kLongestOnTheWay);
-    const std::vector<Block> blocks = blocksAlong(pels, centre.u0, range, columns);
-    const std::vector<Block> shortBlocks = blocksAlong(pels, centre.u0, range, shortColumns);
-    const long count = static_cast<long>(blocks.size());
-    if (count < kFewestBlocks) return result;
+    course.columns = std::clamp(static_cast<long>(along) / kBlocksAlong / 8 * 8, kShortestBlock, kLongestBlock);
+    course.shortColumns = std::min(course.columns, kLongestOnTheWay);
+    course.blocks = qf_blocksAlong(pels, u0, range, course.columns);
+    course.shortBlocks = qf_blocksAlong(pels, u0, range, course.shortColumns);
+    for (const qv_EdgeBlock& block : course.blocks)
+        course.farthest = std::max(course.farthest, std::fabs(block.middle() - u0));
+    for (const qv_EdgeBlock& block :
+         qf_blocksAlong(pels, u0, {kBeyondReach * range.reach, range.crossings}, course.shortColumns))
+        if (std::fabs(block.middle() - u0) > range.reach) course.beyond.push_back(block);
+    return course;
+}
 
-    result.end = qv_TrackEnd::tooFew;
-    double farthest = 0.0;
-    for (const Block& block : blocks) farthest = std::max(farthest, std::fabs(block.middle() - centre.u0));
-    const double width = edges.found == qv_EdgesFound::one ? kFarPels : edges.offset[1] - edges.offset[0];
+/// The last passes, over as many blocks as it takes; false where too few of them show the street.
+template <class Windows>
+bool fitAll(qv_EdgeFollower& track, const Course& course, const Windows& windows) {
+    const long needed = blocksNeeded(track.fitted(), track.edges(), static_cast<long>(course.blocks.size()),
+                                     course.columns, course.shortColumns);
+    const std::vector<qv_EdgeBlock> enough = qf_someWithin(course.blocks, course.u0, course.farthest, needed);
+    for (int pass = 0; pass < kLastPasses; ++pass) {
+        track.look(enough, windows, false);
+        track.refuseOddOnes();
+        double moved = 0.0;
+        if (!track.fit(kFewestBlocks, course.farthest, moved)) return false;
+        if (moved < kLastSettledPels) break;
+    }
+    return true;
+}
+
+/// Stores the points, and looks whether the street goes on where the fit ends.
+template <class Windows>
+void lookBeyond(qv_EdgeFollower& track, const Course& course, const Windows& windows, qv_StreetTrack& result) {
+    result.points = track.points();
+    const double usual = track.usualContrast();
+    track.look(course.beyond, windows, false);
+    result.shareBeyond = track.shareShowing(usual);
+}
+
+/// Both edges, or the one, each fitted to its own pels.
+bool trackEdges(qv_EdgeFollower& track, const Course& course, double width, qv_EdgeTemplates& templates,
+                qv_StreetTrack& result) {
     const qv_EdgeTemplate& wide = templates.of(wideStep(width));
     const qv_EdgeStack::Pels all{0, kEdgePels};
-    if (!follow(track, shortBlocks, {windowFor(wide, all, 0, width), windowFor(wide, all, 1, width)}, centre.u0,
-                farthest)) {
-        result.points = track.points();
-        return result;
-    }
+    const std::array<qv_EdgeWindow, 2> wideWindows{windowFor(wide, all, 0, width), windowFor(wide, all, 1, width)};
+    if (!follow(track, course.shortBlocks, wideWindows, course.u0, course.farthest)) return false;
 
     // From here on the templates have the edges' own blur, and leave out what the street carries near them.
     const std::array<qv_EdgeStack, 2> stacks = track.stacks();
@@ -287,37 +191,85 @@ qv_StreetTrack qf_trackStreet(const qv_UvPels& pels, const qv_UvLine& centre, co
     const qv_EdgeTemplate& edge = templates.of(step);
     const std::array<qv_EdgeWindow, 2> windows{windowFor(edge, stacks[0].likeEdge(edge), 0, width),
                                                windowFor(edge, stacks[1].likeEdge(edge), 1, width)};
-    const std::vector<Block> enough = someWithin(
-        blocks, centre.u0, farthest, blocksNeeded(track.fitted(), track.edges(), count, columns, shortColumns));
-    for (int pass = 0; pass < kLastPasses; ++pass) {
-        track.look(enough, windows, false);
-        track.refuseOddOnes();
-        double moved = 0.0;
-        const bool fitted = track.fit(kFewestBlocks, farthest, moved);
-        result.points = track.points();
-        if (!fitted) return result;
-        if (moved < kLastSettledPels) break;
-    }
-    result.lines = track.fitted();
     result.blur = qv_EdgeTemplates::sigmaOf(step);
-    for (std::size_t e = 0; e < static_cast<std::size_t>(result.edges); ++e) {
+    for (std::size_t e = 0; e < windows.size(); ++e) {
         const bool cut = windows[e].first() > 0 || windows[e].last() < kEdgePels;
         result.shapeDeviation[e] = cut ? kCutDeviationPels : 0.0;
     }
-    result.extent = {1e300, -1e300};
-    for (const qv_EdgePoint& point : result.points) {
+    const bool fitted = fitAll(track, course, windows);
+    lookBeyond(track, course, wideWindows, result);
+    return fitted;
+}
+
+/// The two edges of a street whose centre line was followed, `width` apart along v.
+qv_EdgeLines edgesAround(const qv_EdgeLines& centre, double width) {
+    qv_EdgeLines lines = centre;
+    lines.offset = {centre.offset[0] - 0.5 * width, centre.offset[0] + 0.5 * width};
+    lines.slope = {centre.slope[0], centre.slope[0]};
+    lines.scatter = {centre.scatter[0], centre.scatter[0]};
+    for (std::size_t a = 0; a < 4; ++a)
+        for (std::size_t b = 0; b < 4; ++b) lines.covariance[a][b] = centre.covariance[a / 2 * 2][b / 2 * 2];
+    return lines;
+}
+
+/// A narrow street as a whole, by its centre line.
+bool trackBar(qv_EdgeFollower& track, const Course& course, double width, qv_BarTemplates& templates,
+              qv_StreetTrack& result) {
+    const long widthStep = qv_BarTemplates::stepOfWidth(width);
+    const std::array<qv_BarTemplate, 1> wide{templates.of(kBarBlurStep, widthStep)};
+    if (!follow(track, course.shortBlocks, wide, course.u0, course.farthest)) return false;
+
+    const qv_BarTemplates::Best best = templates.best(track.stacks()[0], kBarBlurStep, widthStep);
+    result.blur = best.shape->sigma();
+    result.barWidth = best.width;
+    // Of a street narrower than its blur, width and contrast can hardly be told apart.
+    const double blurred = std::max(0.0, 2.0 * result.blur - best.width);
+    result.shapeDeviation[0] = result.shapeDeviation[1] = 0.5 * (kBarWidthDeviation + kBlurredWidthDeviation * blurred);
+    const bool fitted = fitAll(track, course, std::array<qv_BarTemplate, 1>{*best.shape});
+    lookBeyond(track, course, wide, result);
+    return fitted;
+}
+
+/// Whether most of the points agree on lines that are straight.
+qv_TrackEnd judge(const qv_EdgeLines& lines, long edges) {
+    for (std::size_t e = 0; e < static_cast<std::size_t>(edges); ++e) {
+        const double used = static_cast<double>(lines.used[e]);
+        if (used < kLeastShare * (used + static_cast<double>(lines.refused[e]))) return qv_TrackEnd::tooFew;
+        if (lines.scatter[e] > kSteadyPels) return qv_TrackEnd::unsteady;
+    }
+    return qv_TrackEnd::fitted;
+}
+
+qv_UvRange extentOf(const std::vector<qv_EdgePoint>& points) {
+    qv_UvRange extent{1e300, -1e300};
+    for (const qv_EdgePoint& point : points) {
         if (!point.used) continue;
-        result.extent.low = std::min(result.extent.low, point.u);
-        result.extent.high = std::max(result.extent.high, point.u);
+        extent.low = std::min(extent.low, point.u);
+        extent.high = std::max(extent.high, point.u);
     }
-    for (std::size_t e = 0; e < static_cast<std::size_t>(result.edges); ++e) {
-        const double looked = static_cast<double>(usedOf(result.lines, e) + result.lines.refused[e]);
-        if (static_cast<double>(usedOf(result.lines, e)) < kLeastShare * looked) return result;
-        if (result.lines.scatter[e] > kSteadyPels) {
-            result.end = qv_TrackEnd::unsteady;
-            return result;
-        }
-    }
-    result.end = qv_TrackEnd::fitted;
+    return extent;
+}
+
+}  // namespace
+
+qv_StreetTrack qf_trackStreet(const qv_UvPels& pels, const qv_UvLine& centre, const qv_StreetEdges& edges,
+                              const qv_TrackRange& range, qv_StreetTemplates& templates) {
+    const bool one = edges.found == qv_EdgesFound::one;
+    const double width = one ? kFarPels : edges.offset[1] - edges.offset[0];
+    const bool asBar = width <= kWidestBar;
+    qv_StreetTrack result;
+    qv_EdgeFollower track(pels, centre, edges, asBar);
+    result.edges = one ? 1 : 2;
+    const Course course = courseAlong(pels, centre.u0, range);
+    if (static_cast<long>(course.blocks.size()) < kFewestBlocks) return result;
+
+    const bool followed = asBar ? trackBar(track, course, width, templates.bars, result)
+                                : trackEdges(track, course, width, templates.edges, result);
+    result.end = qv_TrackEnd::tooFew;
+    if (result.points.empty()) result.points = track.points();
+    if (!followed) return result;
+    result.end = judge(track.fitted(), track.edges());
+    result.extent = extentOf(result.points);
+    result.lines = asBar ? edgesAround(track.fitted(), result.barWidth) : track.fitted();
     return result;
 }

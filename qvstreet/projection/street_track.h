@@ -6,6 +6,7 @@
 #include <array>
 #include <vector>
 
+#include "qvstreet/projection/bar_template.h"
 #include "qvstreet/projection/edge_line_fit.h"
 #include "qvstreet/projection/edge_template.h"
 #include "qvstreet/projection/street_edge_search.h"
@@ -34,6 +35,12 @@ struct qv_StreetTrack {
     std::vector<qv_EdgePoint> points;
     /// Along u, the first and the last used point.
     qv_UvRange extent;
+    /// Of a narrow street, which was followed by its centre line: its width along v, pels; the points are those of the
+    /// centre line then, all of edge 0, and `lines.used` and `lines.refused` count them there. 0 for others.
+    double barWidth = 0.0;
+    /// Of the blocks beyond the reach, up to half as far again, the share that shows the edges where the lines lead; 1 where the
+    /// reach goes to the image's sides.
+    double shareBeyond = 1.0;
     /// Blur of the edges along v, standard deviation in pels.
     double blur = 0.0;
     /// Standard deviation, pels, that structures beside the edges add to the position of each, to both alike inwards or
@@ -41,10 +48,15 @@ struct qv_StreetTrack {
     std::array<double, 2> shapeDeviation{};
 };
 
+/// Templates that the streets of an image share.
+struct qv_StreetTemplates {
+    qv_EdgeTemplates edges;
+    qv_BarTemplates bars;
+};
+
 /// Starts with the edges near `centre.u0`, fits, goes further along the line, and ends with all blocks at once on the
 /// template of the blur that the edges show.
-/// @param templates  may be shared by all streets of an image
 qv_StreetTrack qf_trackStreet(const qv_UvPels& pels, const qv_UvLine& centre, const qv_StreetEdges& edges,
-                              const qv_TrackRange& range, qv_EdgeTemplates& templates);
+                              const qv_TrackRange& range, qv_StreetTemplates& templates);
 
 #endif

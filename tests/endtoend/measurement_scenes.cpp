@@ -150,18 +150,40 @@ std::vector<MeasurementGroup> measurementGroups() {
             }
     groups[2].rowNames.push_back("2048, 13 by 17 streets");
     groups[2].scenes.push_back(denseMeasurementScene(11));
-    for (const double tilt : {1.3, -2.7, 0.0}) {
-        groups[3].rowNames.push_back(rowName(1024, tilt, "dark"));
-        groups[3].scenes.push_back(hardMeasurementScene(1024, tilt, seed++));
-        groups[4].rowNames.push_back(rowName(2048, tilt, "dark"));
-        groups[4].scenes.push_back(hardMeasurementScene(2048, tilt, seed++));
-    }
+    for (const double tilt : {0.0, 1.3, -2.7, 7.0})
+        for (std::size_t k = 3; k < 5; ++k) {
+            const long side = k == 3 ? 1024 : 2048;
+            groups[k].rowNames.push_back(rowName(side, tilt, "dark"));
+            groups[k].scenes.push_back(hardMeasurementScene(side, tilt, seed++));
+        }
     return groups;
 }
 
 double MeasurementOutcome::rms() const {
     double sum = 0.0;
     for (const CrossingError& one : errors) sum += one.error.x * one.error.x + one.error.y * one.error.y;
+    return errors.empty() ? 0.0 : std::sqrt(sum / static_cast<double>(errors.size()));
+}
+
+void MeasurementOutcome::add(const MeasurementOutcome& other) {
+    expected += other.expected;
+    found += other.found;
+    measured += other.measured;
+    falseMeasured += other.falseMeasured;
+    errors.insert(errors.end(), other.errors.begin(), other.errors.end());
+}
+
+double MeasurementOutcome::normalisedRms(Quantity quantity) const {
+    double sum = 0.0;
+    for (const CrossingError& one : errors) {
+        const double a = quantity == Quantity::crossing ? one.normalised.x
+                         : quantity == Quantity::angle  ? one.normalisedAngle[0]
+                                                        : one.normalisedWidth[0];
+        const double b = quantity == Quantity::crossing ? one.normalised.y
+                         : quantity == Quantity::angle  ? one.normalisedAngle[1]
+                                                        : one.normalisedWidth[1];
+        sum += 0.5 * (a * a + b * b);
+    }
     return errors.empty() ? 0.0 : std::sqrt(sum / static_cast<double>(errors.size()));
 }
 
@@ -231,6 +253,38 @@ MeasurementOutcome runMeasurement(const Scene& scene, const GreyImage& image, qv
         outcome.errors.push_back(error);
     }
     return outcome;
+}
+
+std::vector<PhaseError> phaseErrors() {
+    std::vector<PhaseError> errors;
+    for (int step = 0; step < 32; ++step) {
+        const double phase = static_cast<double>(step) / 32.0;
+        Scene scene;
+        scene.width = 512;
+        scene.height = 512;
+        scene.families[0] = centredFamily(0.0, 170.0, 1, 0.0, 20.37, 90.0);
+        scene.families[1] = centredFamily(90.0, 170.0, 1, 0.0, 24.0, 90.0);
+        // The first edge at a whole pel and `phase`.
+        scene.families[0].offsets[0] = -60.0 + phase + 0.5 * scene.families[0].widthPels;
+        scene.dieGrey = 150.0;
+        scene.blurSigma = 0.8;
+        // Enough for the rounding of the grey levels to average out.
+        scene.noiseSigma = 0.5;
+        scene.seed = 77;
+        const GreyImage image = renderScene(scene);
+        const MeasurementOutcome outcome = runMeasurement(scene, image, qvStreetFinderDefs::eCoarseRidgeWafer);
+        for (const qvStreetMeasurement& one : outcome.measurements) {
+            if (one.horizontal().status() != qvStreetMeasureDefs::eMeasured) continue;
+            const StreetTruth truth = truthOf(scene).streets[0].front();
+            const auto error = [&](long edge) {
+                const qvLineSeg line = one.horizontal().edge(edge);
+                return 0.5 * (line.p1().y() + line.p2().y()) - truth.edges[static_cast<std::size_t>(edge)].point.y;
+            };
+            errors.push_back({phase, {error(0), error(1)}, 0.5 * (error(0) + error(1))});
+            break;
+        }
+    }
+    return errors;
 }
 
 double crossingBound(const Scene& scene) {

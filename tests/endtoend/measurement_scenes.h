@@ -14,7 +14,7 @@
 
 namespace qvtest {
 
-/// Crossing error, rms and worst, pels; the worse angle error of a crossing, degrees.
+/// Crossing error, rms and worst, pels; the worst angle error of an image, degrees, of the median image.
 struct MeasurementLimits {
     double rms;
     double worst;
@@ -69,6 +69,12 @@ struct MeasurementOutcome {
     std::vector<CrossingError> errors;
     std::vector<qvStreetMeasurement> measurements;
 
+    void add(const MeasurementOutcome& other);
+
+    enum class Quantity : std::int32_t { crossing, angle, width };
+    /// Root mean square of the errors over their stated deviations: 1 where these are true.
+    double normalisedRms(Quantity quantity) const;
+
     double rms() const;
     double worst() const;
     double worstAngle() const;
@@ -79,6 +85,18 @@ qvStreetFinderParams measurementFinderParams(const Scene& scene, qvStreetFinderD
 
 /// Finds, measures, and compares with the truth.
 MeasurementOutcome runMeasurement(const Scene& scene, const GreyImage& image, qvStreetFinderDefs::waferType mode);
+
+/// Errors, pels, of a level street's two edges and of its centre line, with the first edge `phase` pels below a border of
+/// the pel grid.
+struct PhaseError {
+    double phase;
+    std::array<double, 2> edge;
+    double centre;
+};
+
+/// Over one pel in steps of 1/32, at exactly 0 degrees, where every column sees the same phase; almost without noise, so
+/// that what shows is the estimator's leaning on the grid.
+std::vector<PhaseError> phaseErrors();
 
 /// The least error, pels, of a crossing between streets whose edges are as long as the image is wide: rms of the distance.
 double crossingBound(const Scene& scene);
