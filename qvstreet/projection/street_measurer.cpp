@@ -34,6 +34,9 @@ constexpr double kBendPels = 0.05;
 constexpr double kWavyLikeness = 0.5;
 // Of the blocks beyond, the share that has to show a street that was followed over a part only.
 constexpr double kLeastShareBeyond = 0.75;
+// What the widths of a street that was measured may lie outside the range that was asked for, pels: the search for the edges
+// tells them to that.
+constexpr double kWidthSlack = 1.5;
 // The shortest reach, pels, that a bent street is followed over.
 constexpr double kShortestReach = 60.0;
 // A reach that leaves nothing out, client units.
@@ -93,7 +96,12 @@ Defs::measureReason reasonOf(const qv_MeasuredTrack& street) {
     if (std::fabs(line.slope - told.centre.slope) > kOtherSlope ||
         std::fabs(line.at(told.centre.u0) - expected) > told.reach)
         return Defs::eElsewhere;
-    return street.track.edges == 2 ? Defs::eNoReason : Defs::eOneEdge;
+    if (street.track.edges != 2) return Defs::eOneEdge;
+    const double fromU0 = told.centre.u0 - street.track.lines.u0;
+    const double width = street.track.lines.offset[1] - street.track.lines.offset[0] +
+                         fromU0 * (street.track.lines.slope[1] - street.track.lines.slope[0]);
+    const bool fits = width >= told.leastWidth - kWidthSlack && width <= told.mostWidth + kWidthSlack;
+    return fits ? Defs::eNoReason : Defs::eNoEdges;
 }
 
 }  // namespace

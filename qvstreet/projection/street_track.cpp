@@ -43,7 +43,7 @@ constexpr long kBlocksAlong = 64;
 
 constexpr long kFewestBlocks = 6;
 // Of the blocks looked at, the share that has to show the edge.
-constexpr double kLeastShare = 0.3;
+constexpr double kLeastShare = 0.5;
 // Points that scatter wider than this do not say where the edge is.
 constexpr double kSteadyPels = 1.0;
 constexpr int kLastPasses = 3;
