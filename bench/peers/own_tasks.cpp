@@ -16,6 +16,7 @@
 #include "qvstreet/platform/fourier.h"
 #include "qvstreet/platform/gabor.h"
 #include "qvstreet/platform/sampling.h"
+#include "qvstreet/projection/street_measurement.h"
 #include "qvstreet/projection/tiled_projection.h"
 #include "qvstreet/streetfinder/line_sets.h"
 #include "qvstreet/streetfinder/street_finder.h"
@@ -75,6 +76,16 @@ Run searchRun(const Image& image, const qvStreetFinderParams& params, std::size_
     };
 }
 
+Run measureRun(const Image& image, const qvStreetFinderParams& params, std::size_t least = kUsualCrossings) {
+    requireCrossings(image, params, least);
+    qvStreetFinder finder(params);
+    const auto results = std::make_shared<Crossings>();
+    finder.setImage(image);
+    finder.find(*results);
+    const auto measured = std::make_shared<std::vector<qvStreetMeasurement>>();
+    return [=, &image] { qfStreetMeasureCrosses(image, *results, qvStreetMeasureParams(params), *measured); };
+}
+
 void addFinderTasks(std::vector<Task>& tasks) {
     for (const auto& entry : kModes) {
         const Mode mode = entry.mode;
@@ -94,6 +105,12 @@ void addFinderTasks(std::vector<Task>& tasks) {
         tasks.push_back({"setImage_find_noisy" + modeName + "1024",
                          [=] { return wholeRun(noisyImage(1024), waferParams(1024, mode)); }});
     }
+    const Mode coarse = kModes[0].mode;
+    for (const long side : kSides)
+        tasks.push_back({"measure/" + std::to_string(side),
+                         [=] { return measureRun(waferImage(side), waferParams(side, coarse)); }});
+    tasks.push_back({"measure_dense/" + std::to_string(kDenseSide),
+                     [=] { return measureRun(denseImage(), denseParams(coarse), kDenseCrossings); }});
     for (const double tilt : kTilts)
         tasks.push_back({"setImage_find_tilted/" + tiltName(tilt), [=] {
                              return wholeRun(waferImage(kTiltedSide, tilt), waferParams(kTiltedSide, kModes[0].mode));

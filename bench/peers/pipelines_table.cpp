@@ -11,6 +11,7 @@
 #include "bench/peers/pipeline_scenes.h"
 #include "bench/peers/pipelines.h"
 #include "bench/peers/report.h"
+#include "qvstreet/projection/street_measurement.h"
 #include "qvstreet/streetfinder/street_finder.h"
 #include "tests/support/wafer_render.h"
 
@@ -25,12 +26,15 @@ constexpr double kEdgeSharpness = 5.0;
 /// A result nearer than this to a true crossing is meant to be it; street widths.
 constexpr double kSameCrossing = 0.5;
 
-Search ownSearch(const Image& image, const PipelineWafer& wafer, qvStreetFinderDefs::waferType mode) {
+qvStreetFinderParams paramsFor(const PipelineWafer& wafer, qvStreetFinderDefs::waferType mode) {
     const double width = wafer.streetWidth;
     const qvPair<double> range(0.5 * width, 1.5 * width);
-    const auto finder = std::make_shared<qvStreetFinder>(
-        qvStreetFinderParams(qvPair<double>(width, width), range, range, mode, kEdgeSharpness,
-                             qvStreetFinderDefs::eDarkOnLight, wafer.maxResults));
+    return qvStreetFinderParams(qvPair<double>(width, width), range, range, mode, kEdgeSharpness,
+                                qvStreetFinderDefs::eDarkOnLight, wafer.maxResults);
+}
+
+Search ownSearch(const Image& image, const PipelineWafer& wafer, qvStreetFinderDefs::waferType mode) {
+    const auto finder = std::make_shared<qvStreetFinder>(paramsFor(wafer, mode));
     const auto results = std::make_shared<std::vector<qvStreetFinderStreetCrossResult>>();
     return [=, &image](Crossings& crossings) {
         results->clear();
@@ -39,6 +43,24 @@ Search ownSearch(const Image& image, const PipelineWafer& wafer, qvStreetFinderD
         crossings.clear();
         for (const qvStreetFinderStreetCrossResult& result : *results)
             crossings.push_back({result.crossing().x(), result.crossing().y()});
+    };
+}
+
+/// Coarse mode, and what it found measured; crossings that could not be measured are left out.
+Search measuredSearch(const Image& image, const PipelineWafer& wafer) {
+    const qvStreetFinderParams params = paramsFor(wafer, qvStreetFinderDefs::eCoarseRidgeWafer);
+    const auto finder = std::make_shared<qvStreetFinder>(params);
+    const auto results = std::make_shared<std::vector<qvStreetFinderStreetCrossResult>>();
+    const auto measured = std::make_shared<std::vector<qvStreetMeasurement>>();
+    return [=, &image](Crossings& crossings) {
+        results->clear();
+        finder->setImage(image);
+        finder->find(*results);
+        qfStreetMeasureCrosses(image, *results, qvStreetMeasureParams(params), *measured);
+        crossings.clear();
+        for (const qvStreetMeasurement& one : *measured)
+            if (one.status() == qvStreetMeasureDefs::eMeasured)
+                crossings.push_back({one.crossing().x(), one.crossing().y()});
     };
 }
 
@@ -52,6 +74,7 @@ std::vector<Method> allMethods() {
                                     [](const Image& image, const PipelineWafer& wafer) {
                                         return ownSearch(image, wafer, qvStreetFinderDefs::eCoarseRidgeWafer);
                                     }},
+                                   {"coarse, measured", measuredSearch},
                                    {"edge",
                                     [](const Image& image, const PipelineWafer& wafer) {
                                         return ownSearch(image, wafer, qvStreetFinderDefs::eEdgePairWafer);

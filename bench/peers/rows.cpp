@@ -58,6 +58,12 @@ void addStages(std::vector<Row>& rows) {
          "setImage_dense/coarse/2048", 0.20, 0.05},
         {"find_221_edge_2048", "find, edge, the same image", "find_dense/edge/2048", "setImage",
          "setImage_dense/edge/2048", 0.20, 0.05},
+        {"measure_9_2048", "measurement of 9 crossings, 2048", "measure/2048", "setImage, coarse",
+         "setImage/coarse/2048", 0.20, 0.20},
+        {"measure_9_4096", "measurement of 9 crossings, 4096", "measure/4096", "setImage, coarse",
+         "setImage/coarse/4096", 0.20, 0.10},
+        {"measure_221_2048", "measurement of 221 crossings, 2048", "measure_dense/2048", "setImage, coarse",
+         "setImage_dense/coarse/2048", 1.0, 0.50},
     };
     for (const Stage& stage : kStages)
         rows.push_back({RowKind::stage,

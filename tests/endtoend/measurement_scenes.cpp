@@ -171,6 +171,7 @@ void MeasurementOutcome::add(const MeasurementOutcome& other) {
     measured += other.measured;
     falseMeasured += other.falseMeasured;
     errors.insert(errors.end(), other.errors.begin(), other.errors.end());
+    foundErrors.insert(foundErrors.end(), other.foundErrors.begin(), other.foundErrors.end());
 }
 
 double MeasurementOutcome::normalisedRms(Quantity quantity) const {
@@ -185,6 +186,12 @@ double MeasurementOutcome::normalisedRms(Quantity quantity) const {
         sum += 0.5 * (a * a + b * b);
     }
     return errors.empty() ? 0.0 : std::sqrt(sum / static_cast<double>(errors.size()));
+}
+
+double MeasurementOutcome::foundRms() const {
+    double sum = 0.0;
+    for (const double error : foundErrors) sum += error * error;
+    return foundErrors.empty() ? 0.0 : std::sqrt(sum / static_cast<double>(foundErrors.size()));
 }
 
 double MeasurementOutcome::worst() const {
@@ -233,6 +240,7 @@ MeasurementOutcome runMeasurement(const Scene& scene, const GreyImage& image, qv
     for (const std::size_t index : report.falseIndices)
         if (outcome.measurements[index].status() == qvStreetMeasureDefs::eMeasured) ++outcome.falseMeasured;
     for (const CrossingMatch& match : report.matches) {
+        if (match.expected) outcome.foundErrors.push_back(match.errorPels);
         const qvStreetMeasurement& measured = outcome.measurements[match.found];
         if (measured.status() != qvStreetMeasureDefs::eMeasured) continue;
         if (match.expected) ++outcome.measured;

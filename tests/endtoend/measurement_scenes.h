@@ -68,6 +68,8 @@ struct MeasurementOutcome {
     int falseMeasured = 0;
     std::vector<CrossingError> errors;
     std::vector<qvStreetMeasurement> measurements;
+    /// Of the expected crossings, how far the finder was from the truth, pels.
+    std::vector<double> foundErrors;
 
     void add(const MeasurementOutcome& other);
 
@@ -76,6 +78,8 @@ struct MeasurementOutcome {
     double normalisedRms(Quantity quantity) const;
 
     double rms() const;
+    /// The same of the finder's crossings.
+    double foundRms() const;
     double worst() const;
     double worstAngle() const;
 };

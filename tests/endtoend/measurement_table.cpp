@@ -30,9 +30,9 @@ bool within(const MeasurementOutcome& all, double angle, const MeasurementLimits
 
 void printGroups() {
     std::printf(
-        "| images | row | expected | measured | false | rms, pels | bound | worst, pels | worst angle, degrees | bound "
-        "|\n"
-        "|---|---|---|---|---|---|---|---|---|---|\n");
+        "| images | row | expected | measured | false | found, rms | measured, rms | bound | worst, pels | worst "
+        "angle, degrees | "
+        "bound |\n|---|---|---|---|---|---|---|---|---|---|---|\n");
     std::string summary;
     for (const MeasurementGroup& group : measurementGroups()) {
         MeasurementOutcome all;
@@ -40,9 +40,10 @@ void printGroups() {
         for (std::size_t i = 0; i < group.scenes.size(); ++i) {
             const Scene& scene = group.scenes[i];
             const MeasurementOutcome outcome = runMeasurement(scene, renderScene(scene), kMode);
-            std::printf("| %s | %s | %d | %d | %d | %.4f | %.4f | %.4f | %.5f | %.5f |\n", group.name.c_str(),
+            std::printf("| %s | %s | %d | %d | %d | %.2f | %.4f | %.4f | %.4f | %.5f | %.5f |\n", group.name.c_str(),
                         group.rowNames[i].c_str(), outcome.expected, outcome.measured, outcome.falseMeasured,
-                        outcome.rms(), crossingBound(scene), outcome.worst(), outcome.worstAngle(), angleBound(scene));
+                        outcome.foundRms(), outcome.rms(), crossingBound(scene), outcome.worst(), outcome.worstAngle(),
+                        angleBound(scene));
             all.add(outcome);
             angles.push_back(outcome.worstAngle());
         }

@@ -128,6 +128,16 @@ TEST(MeasurementEndToEnd, statedDeviationsAreWhatErrorsScatterBy) {
     }
 }
 
+TEST(MeasurementEndToEnd, edgesDoNotLeanTowardsThePelGrid) {
+    const std::vector<PhaseError> errors = phaseErrors();
+    ASSERT_EQ(errors.size(), 32u);
+    for (const PhaseError& one : errors) {
+        EXPECT_LT(std::fabs(one.centre), 0.0025) << one.phase;
+        EXPECT_LT(std::fabs(one.edge[0]), 0.005) << one.phase;
+        EXPECT_LT(std::fabs(one.edge[1]), 0.005) << one.phase;
+    }
+}
+
 TEST(MeasurementEndToEnd, theSamePelsElsewhereInMemoryGiveTheSameBits) {
     const Scene scene = cleanMeasurementScene(512, 2.2, false, 6);
     Scene padded = scene;
