@@ -26,7 +26,7 @@ class QV_EXPORT qvStreetFinderStreetCrossResult {
     qvVector<2> crossing() const;
 
     /// Direction of the more nearly vertical street, client frame. That of the line or the edges on the square of
-    /// samples, some tenths of a degree off; a line through distant crossings of `eRidgeWafer` is far more exact.
+    /// samples, some tenths of a degree off; `qfStreetMeasureCrosses` measures it, and the crossing, on the whole image.
     qvRadian verticalAngle() const;
 
     /// Direction of the more nearly horizontal street, client frame; as exact as `verticalAngle()`.
@@ -79,7 +79,7 @@ class QV_EXPORT qvStreetFinderSingleStreetResult {
     const std::vector<qvLineSeg>& lineSegs() const;
 
     /// Direction of the street, client frame: that of its line or its edges on the square of samples, some tenths of a
-    /// degree off.
+    /// degree off; `qfStreetMeasureStreets` measures it on the whole image.
     qvRadian angle() const;
 
     /// How the result was built; `eStreetFromEdges` by default.
