@@ -43,6 +43,13 @@ std::string streetJson(const qvStreetFinderSingleStreetResult& result) {
            "}";
 }
 
+std::string measurementJson(const qvStreetMeasurement& measured) {
+    return "{\"status\":" + std::to_string(measured.status()) + ",\"at\":" + pointJson(measured.crossing()) +
+           ",\"deviation\":" + pointJson(measured.crossingDeviation()) + ",\"angles\":[" +
+           number(measured.horizontalAngle().toDouble()) + "," + number(measured.verticalAngle().toDouble()) +
+           "],\"widths\":[" + number(measured.horizontalWidth()) + "," + number(measured.verticalWidth()) + "]}";
+}
+
 template <typename T, typename Writer>
 std::string listJson(const std::vector<T>& list, Writer writer) {
     std::string text = "[";
@@ -91,6 +98,8 @@ SceneOutcome runScene(const SceneRow& row, const GreyImage& image, RunMode mode)
     finder.getAngles(kMostAngles, outcome.angles);
     finder.find(outcome.crossings);
     finder.findSingleStreet(outcome.streets);
+    qfStreetMeasureCrosses(imageOf(row, image), outcome.crossings, qvStreetMeasureParams(finder.runParams()),
+                           outcome.measured);
     return outcome;
 }
 
@@ -107,6 +116,7 @@ std::string outcomeJson(const std::string& name, RunMode mode, const SceneOutcom
     return "{\"scene\":\"" + name + "\",\"mode\":\"" + modeName(mode) +
            "\",\"angles\":" + listJson(outcome.angles, [](qvRadian angle) { return number(angle.toDouble()); }) +
            ",\"crossings\":" + listJson(outcome.crossings, crossingJson) +
+           ",\"measured\":" + listJson(outcome.measured, measurementJson) +
            ",\"streets\":" + listJson(outcome.streets, streetJson) + "}";
 }
 

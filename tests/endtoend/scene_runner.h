@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "qvstreet/projection/street_measurement.h"
 #include "qvstreet/streetfinder/street_finder.h"
 #include "tests/endtoend/scenes.h"
 #include "tests/support/scene_match.h"
@@ -16,8 +17,9 @@ namespace qvtest {
 /// What one scene gave in one mode; everything in the client frame of the scene.
 struct SceneOutcome {
     std::vector<qvRadian> angles;
-    /// Empty in edge mode, whose crossing search is not there yet.
     std::vector<qvStreetFinderStreetCrossResult> crossings;
+    /// Of each crossing.
+    std::vector<qvStreetMeasurement> measured;
     std::vector<qvStreetFinderSingleStreetResult> streets;
 };
 
@@ -26,7 +28,7 @@ qvPelBuffer_const<unsigned char> imageOf(const SceneRow& row, const GreyImage& i
 
 qvStreetFinderParams finderParams(const RunParameters& parameters, RunMode mode);
 
-/// `setImage`, `getAngles`, `find` (but in edge mode) and `findSingleStreet`.
+/// `setImage`, `getAngles`, `find`, `findSingleStreet`, and the measurement of the crossings.
 SceneOutcome runScene(const SceneRow& row, const GreyImage& image, RunMode mode);
 
 std::vector<FoundCrossing> foundCrossings(const SceneOutcome& outcome);
