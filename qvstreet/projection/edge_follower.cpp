@@ -10,6 +10,8 @@ constexpr double kMostContrastShare = 2.5;
 // A block that looks this much less like an edge than a good one, of the best quarter, holds something else as well.
 constexpr double kMisfitShare = 3.0;
 constexpr double kGoodShare = 0.25;
+// But differences of this share of the contrast, root mean square, are no other structure.
+constexpr double kLeastMisfitShare = 0.01;
 
 double quantileOf(std::vector<double>& values, double share) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size()));
@@ -68,12 +70,13 @@ void qv_EdgeFollower::refuseOddOnes() {
         }
         if (contrasts.empty()) continue;
         const double contrast = quantileOf(contrasts, 0.5);
-        const double misfit = quantileOf(misfits, 0.25);
+        const double harmless = kLeastMisfitShare * contrast;
+        const double misfit = std::max(kMisfitShare * quantileOf(misfits, kGoodShare), harmless * harmless);
         for (qv_EdgePoint& point : points_) {
             if (!point.used || point.edge != static_cast<std::int32_t>(e)) continue;
             const double magnitude = std::fabs(point.contrast);
             point.used = magnitude >= kLeastContrastShare * contrast && magnitude <= kMostContrastShare * contrast &&
-                         point.misfit <= kMisfitShare * misfit;
+                         point.misfit <= misfit;
         }
     }
 }

@@ -16,8 +16,8 @@ constexpr int kBiweightRounds = 3;
 constexpr double kBiweight = 4.685;
 // Of the median magnitude to the standard deviation of a normal distribution.
 constexpr double kSigmaOfMedian = 1.4826;
-// Residuals below this, in pels, weigh the same: rounding of the grey levels alone is that much.
-constexpr double kLeastScatter = 1e-3;
+// Residuals below this, in pels, weigh the same: rounding of the grey levels and the pel grid alone are that much.
+constexpr double kLeastScatter = 4e-3;
 // Slopes further apart than so many standard deviations are two slopes.
 constexpr double kSlopesDiffer = 4.0;
 

@@ -98,6 +98,7 @@ qvStreetLineMeasurement describe(const Frames& frames, const qv_MeasuredTrack& s
     const double fromU0 = u - lines.u0;
     const qvVector<2> along = pels.exchange(qvVector<2>(1.0, centre.slope)).unit();
     const double across = frames.across(along);
+    const double grid = street.track.gridDeviation;
     const double length = std::max(1.0, street.track.extent.high - street.track.extent.low);
 
     Access::angle(result) = runningLike(frames.clientVector(along).angle(), told.angle);
@@ -111,15 +112,16 @@ qvStreetLineMeasurement describe(const Frames& frames, const qv_MeasuredTrack& s
         Access::edges(result)[index] =
             clientSegment(frames, pels, street.track.extent, {lines.u0, lines.offset[e], lines.slope[e]});
         Access::edgeDeviations(result)[index] =
-            deviationOf(varianceOf(lines, edgeAt(e, fromU0)), street.track.shapeDeviation[e]) * cosine * across;
+            deviationOf(varianceOf(lines, edgeAt(e, fromU0)), std::hypot(street.track.shapeDeviation[e], grid)) *
+            cosine * across;
     }
     if (!both) return result;
     Access::centre(result) = clientSegment(frames, pels, street.track.extent, centre);
-    Access::centreDeviation(result) = deviationOf(varianceOf(lines, centreAt(fromU0))) * cosine * across;
+    Access::centreDeviation(result) = deviationOf(varianceOf(lines, centreAt(fromU0)), grid) * cosine * across;
     Access::width(result) = valueOf(lines, widthAt(fromU0)) * cosine * across;
-    Access::widthDeviation(result) = deviationOf(varianceOf(lines, widthAt(fromU0)),
-                                                 street.track.shapeDeviation[0] + street.track.shapeDeviation[1]) *
-                                     cosine * across;
+    const double shape = street.track.shapeDeviation[0] + street.track.shapeDeviation[1];
+    Access::widthDeviation(result) =
+        deviationOf(varianceOf(lines, widthAt(fromU0)), std::hypot(shape, 2.0 * grid)) * cosine * across;
     return result;
 }
 
@@ -137,7 +139,8 @@ struct CentreEquation {
     }
     double variance(const qvVector<2>& at) const {
         const double fromU0 = street->pels.exchange(at).x() - street->track.lines.u0;
-        const double deviation = deviationOf(varianceOf(street->track.lines, centreAt(fromU0)));
+        const double deviation =
+            deviationOf(varianceOf(street->track.lines, centreAt(fromU0)), street->track.gridDeviation);
         return deviation * deviation;
     }
 };

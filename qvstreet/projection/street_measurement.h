@@ -105,7 +105,9 @@ class QV_EXPORT qvStreetLineMeasurement {
     /// Nothing measured, for no reason.
     qvStreetLineMeasurement();
 
+    /// `eMeasured` with both edges, `ePartlyMeasured` with one.
     qvStreetMeasureDefs::measureStatus status() const;
+    /// Why it is less than `eMeasured`.
     qvStreetMeasureDefs::measureReason reason() const;
 
     /// Direction of the street: that of `centre()`, running as the finder's result does.

@@ -28,10 +28,13 @@ constexpr double kFarAway = 1e6;
 // Streets of one direction whose slopes scatter by so much more than they should are not parallel.
 constexpr double kFanSigmas = 3.0;
 // A street bends if its points bow aside by so many standard deviations and by so many pels at its ends, or if neighbouring
-// residuals are this much alike.
+// residuals are this much alike and this great.
 constexpr double kBendSigmas = 4.0;
-constexpr double kBendPels = 0.05;
+constexpr double kBendPels = 0.1;
+// Edges sharper than the grid seem to wave by as much as they are uncertain, this many times.
+constexpr double kBendGridDeviations = 5.0;
 constexpr double kWavyLikeness = 0.5;
+constexpr double kWavyPels = 0.1;
 // Of the blocks beyond, the share that has to show a street that was followed over a part only.
 constexpr double kLeastShareBeyond = 0.75;
 // What the widths of a street that was measured may lie outside the range that was asked for, pels: the search for the edges
@@ -44,9 +47,11 @@ constexpr double kWholeImage = 1e30;
 
 bool isBent(const qv_StreetTrack& track) {
     const double half = 0.5 * (track.extent.high - track.extent.low);
-    const bool bowed = std::fabs(track.lines.bend) > kBendSigmas * track.lines.bendDeviation &&
-                       std::fabs(track.lines.bend) * half * half > kBendPels;
-    return bowed || track.lines.likeness > kWavyLikeness;
+    const bool bowed =
+        std::fabs(track.lines.bend) > kBendSigmas * track.lines.bendDeviation &&
+        std::fabs(track.lines.bend) * half * half > kBendPels + kBendGridDeviations * track.gridDeviation;
+    const double scatter = std::max(track.lines.scatter[0], track.lines.scatter[1]);
+    return bowed || (track.lines.likeness > kWavyLikeness && scatter > kWavyPels);
 }
 
 double slopeVarianceOf(const qv_MeasuredTrack& street) {

@@ -47,6 +47,9 @@ constexpr double kLeastShare = 0.5;
 // Points that scatter wider than this do not say where the edge is.
 constexpr double kSteadyPels = 1.0;
 constexpr int kLastPasses = 3;
+// Of an edge with no blur but the pel's own, which a row of pels shows as one grey level between two others: how far it may
+// be from where the least blurred template puts it.
+constexpr double kGridDeviationPels = 0.03;
 // Whether a street goes on is looked up to so many reaches from the start.
 constexpr double kBeyondReach = 1.5;
 // What remains in an edge's position, pels, of the structures whose nearer pels were left out of its window: towards the
@@ -270,6 +273,8 @@ qv_StreetTrack qf_trackStreet(const qv_UvPels& pels, const qv_UvLine& centre, co
     if (!followed) return result;
     result.end = judge(track.fitted(), track.edges());
     result.extent = extentOf(result.points);
+    const double drift = std::fabs(track.fitted().slope[0]) * (result.extent.high - result.extent.low);
+    if (result.blur <= qv_EdgeTemplates::sigmaOf(0) && drift < 1.0) result.gridDeviation = kGridDeviationPels;
     result.lines = asBar ? edgesAround(track.fitted(), result.barWidth) : track.fitted();
     return result;
 }

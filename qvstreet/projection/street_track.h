@@ -41,6 +41,9 @@ struct qv_StreetTrack {
     /// Of the blocks beyond the reach, up to half as far again, the share that shows the edges where the lines lead; 1 where the
     /// reach goes to the image's sides.
     double shareBeyond = 1.0;
+    /// Standard deviation, pels, that edges sharper than the pel grid can show add to the position of each line: level or
+    /// upright streets see one phase of the grid only. 0 for streets that are tilted or blurred enough.
+    double gridDeviation = 0.0;
     /// Blur of the edges along v, standard deviation in pels.
     double blur = 0.0;
     /// Standard deviation, pels, that structures beside the edges add to the position of each, to both alike inwards or
