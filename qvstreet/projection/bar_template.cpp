@@ -19,7 +19,6 @@ constexpr double kRootHalf = 0.7071067811865476;
 constexpr double kNormalDensity = 0.3989422804014327;
 // A pivot below this share of the pels does not determine its unknown.
 constexpr double kLeastPivot = 1e-9;
-constexpr int kSearchRounds = 2;
 
 double stepAt(double d, double sigma) { return 0.5 * std::erfc(-d / sigma * kRootHalf); }
 double densityAt(double d, double sigma) { return kNormalDensity / sigma * std::exp(-0.5 * (d / sigma) * (d / sigma)); }
@@ -142,11 +141,15 @@ long qv_BarTemplates::stepOfWidth(double pels) {
     return static_cast<long>(std::clamp(step, 0.0, static_cast<double>(kWidths - 1)));
 }
 
-qv_BarTemplates::Best qv_BarTemplates::best(const qv_EdgeStack& stack, long sigmaStep, long widthStep) {
-    for (int round = 0; round < kSearchRounds; ++round) {
-        widthStep = lowest(kWidths, [&](long step) { return of(sigmaStep, step).misfit(stack); });
-        sigmaStep = lowest(qv_EdgeTemplates::kCount, [&](long step) { return of(step, widthStep).misfit(stack); });
-    }
+qv_BarTemplates::Best qv_BarTemplates::best(const qv_EdgeStack& stack) {
+    // Blur and width stand in for each other, so the valley of the misfit lies across both: each blur is judged by the width
+    // that suits it best.
+    const auto widthFor = [&](long sigmaStep) {
+        return lowest(kWidths, [&](long step) { return of(sigmaStep, step).misfit(stack); });
+    };
+    const long sigmaStep =
+        lowest(qv_EdgeTemplates::kCount, [&](long step) { return of(step, widthFor(step)).misfit(stack); });
+    const long widthStep = widthFor(sigmaStep);
     const qv_BarTemplate& shape = of(sigmaStep, widthStep);
     if (widthStep == 0 || widthStep == kWidths - 1) return {&shape, shape.width()};
     // The lowest point of the parabola through three misfits.

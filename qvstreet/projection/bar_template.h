@@ -63,8 +63,7 @@ class qv_BarTemplates {
         /// Between the widths of the templates, pels.
         double width;
     };
-    /// Looked for from these steps on, alternately by width and by blur.
-    Best best(const qv_EdgeStack& stack, long sigmaStep, long widthStep);
+    Best best(const qv_EdgeStack& stack);
 
  private:
     std::map<std::pair<long, long>, std::unique_ptr<qv_BarTemplate>> templates_;

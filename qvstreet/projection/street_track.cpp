@@ -65,7 +65,8 @@ constexpr double kFarPels = 1e3;
 // blur of 1.2 pels at first.
 constexpr double kWidestBar = 7.0;
 constexpr long kBarBlurStep = 15;
-// Standard deviation of the width of such a street, pels, and what each pel adds that twice the blur exceeds it by.
+// Standard deviation of the width of such a street, pels, and what each pel adds that three blurs exceed it by.
+constexpr double kBlursInWidth = 3.0;
 constexpr double kBarWidthDeviation = 0.08;
 constexpr double kBlurredWidthDeviation = 0.4;
 // The centre line's deviation, from noise alone, below which more blocks than every second one only cost time.
@@ -222,11 +223,11 @@ bool trackBar(qv_EdgeFollower& track, const Course& course, double width, qv_Bar
     const std::array<qv_BarTemplate, 1> wide{templates.of(kBarBlurStep, widthStep)};
     if (!follow(track, course.shortBlocks, wide, course.u0, course.farthest)) return false;
 
-    const qv_BarTemplates::Best best = templates.best(track.stacks()[0], kBarBlurStep, widthStep);
+    const qv_BarTemplates::Best best = templates.best(track.stacks()[0]);
     result.blur = best.shape->sigma();
     result.barWidth = best.width;
     // Of a street narrower than its blur, width and contrast can hardly be told apart.
-    const double blurred = std::max(0.0, 2.0 * result.blur - best.width);
+    const double blurred = std::max(0.0, kBlursInWidth * result.blur - best.width);
     result.shapeDeviation[0] = result.shapeDeviation[1] = 0.5 * (kBarWidthDeviation + kBlurredWidthDeviation * blurred);
     const bool fitted = fitAll(track, course, std::array<qv_BarTemplate, 1>{*best.shape});
     lookBeyond(track, course, wide, result);

@@ -1,6 +1,7 @@
 // Records of the projections and of the tests on them.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <numeric>
 #include <string>
@@ -9,6 +10,7 @@
 #include "qvstreet/projection/projection_polarity.h"
 #include "qvstreet/projection/projection_records.h"
 #include "qvstreet/projection/single_street.h"
+#include "qvstreet/projection/single_street_records.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
 #include "tests/projection/literal_profile.h"
 #include "tests/support/recorded.h"
@@ -243,6 +245,33 @@ TEST(SingleStreetRecords, PairsOfEdgesSayHowTheyFell) {
     EXPECT_EQ(columnOf(table, L"candidates"), (Cells{L"0", L"0"}));
 }
 
+TEST(SingleStreetRecords, NearestWidthOutsideTheRangeIsTheOneThatMissesItByLeast) {
+    // Range 9 to 27: distances 30, three too wide, 4, five too narrow, and 26.
+    qv_streetFinderImpl impl = darkStreet();
+    impl.lines[0] = {bareLine(Point(10.0, 40.0), Point(90.0, 40.0)), bareLine(Point(10.0, 70.0), Point(90.0, 70.0)),
+                     bareLine(Point(10.0, 44.0), Point(90.0, 44.0))};
+    impl.lines[1].clear();
+    std::vector<qvStreetFinderSingleStreetResult> results;
+    qvDiagObject diagObject;
+    findSingleStreetFromEdges(impl, paramsFor(Defs::eEdgePairWafer, Defs::eLightOnDark), results, &diagObject);
+    const qvDiagTable& table = tableOf(recordOf(diagObject, L"Single Streets"), L"Pairs of Edges");
+    EXPECT_EQ(columnOf(table, L"width outside the range"), (Cells{L"2", L"0"}));
+    EXPECT_EQ(columnOf(table, L"nearest of these"), (Cells{L"30.0000", L""}));
+}
+
+TEST(SingleStreetRecords, EdgesThatLieSideBySideForLessThanAUnitCountAsThat) {
+    qv_streetFinderImpl impl = darkStreet();
+    impl.lines[0] = {bareLine(Point(10.0, 40.0), Point(90.0, 40.0)), bareLine(Point(89.5, 60.0), Point(170.0, 60.0))};
+    impl.lines[1].clear();
+    std::vector<qvStreetFinderSingleStreetResult> results;
+    qvDiagObject diagObject;
+    findSingleStreetFromEdges(impl, paramsFor(Defs::eEdgePairWafer, Defs::eAnyPolarity), results, &diagObject);
+    const qvDiagTable& table = tableOf(recordOf(diagObject, L"Single Streets"), L"Pairs of Edges");
+    EXPECT_EQ(columnOf(table, L"never side by side"), (Cells{L"0", L"0"}));
+    EXPECT_EQ(columnOf(table, L"wrong polarity"), (Cells{L"0", L"0"}));
+    EXPECT_EQ(columnOf(table, L"candidates"), (Cells{L"1", L"0"}));
+}
+
 TEST(SingleStreetRecords, PairsThatAreCandidatesAreMarkedOnTheirProjection) {
     qv_streetFinderImpl impl = darkStreet();
     impl.lines[0] = {bareLine(Point(10.0, 40.0), Point(90.0, 40.0)), bareLine(Point(10.0, 60.0), Point(90.0, 60.0))};
@@ -268,4 +297,67 @@ TEST(SingleStreetRecords, PairsThatAreCandidatesAreMarkedOnTheirProjection) {
     EXPECT_EQ(marks[1].to, 66.0);
     EXPECT_EQ(marks[2].from, 42.0);
     EXPECT_EQ(marks[2].to, 58.0);
+}
+
+TEST(SingleStreetRecords, MarksOfAPairNameItsLinesAndTheStretch) {
+    qv_streetFinderImpl impl = darkStreet();
+    impl.lines[0] = {bareLine(Point(10.0, 40.0), Point(90.0, 40.0)), bareLine(Point(10.0, 60.0), Point(90.0, 60.0))};
+    impl.lines[1].clear();
+    std::vector<qvStreetFinderSingleStreetResult> results;
+    qvDiagObject diagObject;
+    findSingleStreetFromEdges(impl, paramsFor(Defs::eEdgePairWafer, Defs::eAnyPolarity), results, &diagObject);
+    Cells captions;
+    for (const qvDiagMark& mark :
+         plotOf(recordOf(diagObject, L"Single Streets"), L"Candidates on the projection, direction 0").marks)
+        captions.push_back(mark.caption);
+    EXPECT_EQ(captions, (Cells{L"0 and 1 left", L"0 and 1 right", L"0 and 1 street"}));
+}
+
+TEST(ProjectionRecords, TilesInOneColumnOrOneRowAreNumberedAndTilesWithoutCountsSayTheirUnit) {
+    qv_projectionParams params;
+    qvTiledProjectionResult result;
+    const qvTiledProjectionOneResult counted = literalProfile({1.0}).tiles[0][0];
+    qvTiledProjectionOneResult bare;
+    bare.sums = {5.0, 6.0};
+    result.tiles = {{counted}, {bare}};
+    qvDiagObject diagObject;
+    recordProjection(params, result, diagObject);
+    const qvDiagRecord& record = diagObject.diagRecord(0);
+    EXPECT_EQ(plotOf(record, L"Profile of tile 0, 0").yTitle, L"mean grey level");
+    EXPECT_EQ(plotOf(record, L"Profile of tile 1, 0").yTitle, L"grey level, sum or mean");
+    EXPECT_EQ(plotOf(record, L"Profile of tile 1, 0").curves.at(0).values, (std::vector<double>{5.0, 6.0}));
+}
+
+TEST(SingleStreetRecords, CandidatesWhoseCostDoesNotCountComeLastAndAreDropped) {
+    std::vector<qv_singleStreetRow> rows(4);
+    const wchar_t* const names[] = {L"a", L"b", L"c", L"d"};
+    for (std::size_t i = 0; i < rows.size(); ++i) rows[i].lines = names[i];
+    rows[0].hasCost = false;
+    rows[1].cost = 0.5;
+    rows[2].hasCost = false;
+    rows[2].cost = -1.0;
+    rows[3].cost = 0.25;
+    qvDiagObject diagObject;
+    recordSingleStreets(qvPelBuffer<unsigned char>(), rows, {}, 3, diagObject);
+    const qvDiagTable& table = tableOf(recordOf(diagObject, L"Single Streets"), L"Candidates");
+    EXPECT_EQ(columnOf(table, L"lines"), (Cells{L"d", L"b", L"a", L"c"}));
+    EXPECT_EQ(columnOf(table, L"use"),
+              (Cells{L"kept", L"kept", L"dropped: cost not above 0", L"dropped: cost not above 0"}));
+}
+
+TEST(SingleStreetRecords, OnlyTheFirstFortyPairsOfADirectionAreMarked) {
+    qv_streetFinderImpl impl = darkStreet();
+    qv_singleStreetRow row;
+    row.segments = {qvLineSeg(Point(10.0, 40.0), Point(90.0, 40.0)), qvLineSeg(Point(10.0, 60.0), Point(90.0, 60.0))};
+    const std::vector<qv_singleStreetRow> rows(42, row);
+    const std::array<qv_edgePairCounts, 2> counts;
+    const std::array<qvPair<double>, 2> ranges;
+    const std::array<const qvTiledProjectionResult*, 2> projections = {&impl.projectionAlong0, &impl.projectionAlong1};
+    qvDiagObject diagObject;
+    recordEdgePairs(counts, ranges, rows, projections, 0.1, 0.2, diagObject);
+    EXPECT_EQ(diagObject.numRecords(), 0) << "nothing to add to";
+    recordSingleStreets(qvPelBuffer<unsigned char>(), rows, {}, 3, diagObject);
+    recordEdgePairs(counts, ranges, rows, projections, 0.1, 0.2, diagObject);
+    const qvDiagRecord& record = recordOf(diagObject, L"Single Streets");
+    EXPECT_EQ(plotOf(record, L"Candidates on the projection, direction 0").marks.size(), 120U);
 }

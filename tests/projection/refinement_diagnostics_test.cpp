@@ -1,17 +1,22 @@
 // What the measurement of a crossing records.
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
+#include "qvstreet/platform/diagnostic_cells.h"
 #include "qvstreet/platform/diagnostics.h"
 #include "qvstreet/projection/crossing_refinement.h"
+#include "qvstreet/streetfinder/street_results_access.h"
 #include "tests/support/noise_image.h"
+#include "tests/support/recorded.h"
 
 // Streets of an image 200 by 160: upright from x = 90 to 100, flat from y = 70 to 84, grey 60 on 150.
 
 namespace {
 
 using Defs = qvStreetFinderDefs;
+using Access = qv_streetResultAccess;
 using Image = qvPelBuffer<unsigned char>;
 
 Image crossing() {
@@ -137,6 +142,35 @@ TEST(RefinementDiagnostics, RecordingChangesNoResult) {
         if (with.status == Defs::eStreetFromEdges) ++found;
     }
     EXPECT_GT(found, 0);
+}
+
+TEST(RefinementDiagnostics, MovesSayOfEachCrossingWhatHappened) {
+    // Both streets 12 wide. The contrast of 90 levels scores less than half for each, so their sum is below 1.
+    Image image(400, 160, 32);
+    for (long y = 0; y < 160; ++y)
+        for (long x = 0; x < 400; ++x) image.put(x, y, (x >= 90 && x < 102) || (y >= 70 && y < 82) ? 60 : 150);
+    qv_streetFinderImpl impl;
+    impl.image = image;
+    std::vector<qvStreetFinderStreetCrossResult> results(3);
+    const auto place = [&results](std::size_t i, double x, double y, double verticalDegrees) {
+        Access::crossing(results[i]) = qvVector<2>(x, y);
+        Access::horizontalAngle(results[i]) = qvDegree(0.0);
+        Access::verticalAngle(results[i]) = qvDegree(verticalDegrees);
+    };
+    place(0, 98.0, 75.0, 90.0);
+    // Beside the upright street, and on the flat one with both angles along it.
+    place(1, 300.0, 75.0, 90.0);
+    place(2, 300.0, 75.0, 0.0);
+    qvDiagObject records;
+    refineCrossings(results, impl, Defs::eRidgeWafer, Defs::eDarkOnLight, qvPair<double>(12.0, 12.0), &records);
+    const qvDiagTable& moves = qvtest::tableOf(qvtest::recordOf(records, L"Refinement"), L"Moves");
+    EXPECT_EQ(qvtest::columnOf(moves, L"what happened"),
+              (std::vector<std::wstring>{L"both streets measured", L"stays: a street shows no pair of edges",
+                                         L"stays: the streets are parallel"}));
+    EXPECT_EQ(qvtest::columnOf(moves, L"found (client)").at(0), qf_cell(qvVector<2>(98.0, 75.0)));
+    EXPECT_LT(std::stod(qvtest::columnOf(moves, L"score").at(0)), 1.0);
+    EXPECT_GT(std::stod(qvtest::columnOf(moves, L"score").at(0)), 0.0);
+    EXPECT_NEAR(results[0].crossing().distance(qvVector<2>(96.0, 76.0)), 0.0, 0.01);
 }
 
 }  // namespace

@@ -304,6 +304,19 @@ TEST(TiledProjection, aResultIsReplacedAsAWhole) {
     EXPECT_TRUE(result.tile(0, 0).cumSums.empty());
 }
 
+TEST(TiledProjection, aResultThatHadRunningSumsLosesThemWhereNoneAreAskedFor) {
+    const auto image = imageOf({{1, 2, 3}, {10, 20, 30}, {100, 100, 250}});
+    qvTiledProjectionResult result;
+    computeStreetProjection(image, request(1, 90.0, 0.0), result, nullptr);
+    ASSERT_EQ(result.tile(0, 0).cumSquareSums.size(), 3u);
+    computeTiledProjection(image, request(2, 90.0, 0.0), result, nullptr);
+    const auto& tile = result.tile(0, 0);
+    EXPECT_TRUE(tile.cumSums.empty());
+    EXPECT_TRUE(tile.cumSquareSums.empty());
+    EXPECT_TRUE(tile.cumCounts.empty());
+    EXPECT_EQ(spanSum(tile, qvPair<long>(0, 1)), -1.0);
+}
+
 TEST(TiledProjection, theRequestStandsAsItIsByDefault) {
     const qv_projectionParams params;
     EXPECT_EQ(params.mode, 0u);
