@@ -16,9 +16,11 @@ _qvstreet_subcommand() {
 _qvstreet_options() {
     local all="--max --json --overlay --files-from --shard --no-seconds --help"
     local finder="--mode --width --range-x --range-y --sharpness --polarity --client --trace"
+    local measured="--measure --measure-reach --measure-contrast"
     case $1 in
-        find | streets | angles) echo "$finder $all" ;;
-        inspect) echo "$finder --report $all" ;;
+        find | streets) echo "$finder $measured $all" ;;
+        angles) echo "$finder $all" ;;
+        inspect) echo "$finder $measured --report $all" ;;
         blank) echo "--street-width --min-length --direction --mask --grey-weights --report $all" ;;
         *) echo "--help --version" ;;
     esac
@@ -60,7 +62,8 @@ _qvstreet() {
         --mask) _qvstreet_files "$images"; return ;;
         --json | --trace | --grey-weights | --files-from) _qvstreet_files ""; return ;;
         # Numbers, which nobody can complete.
-        --width | --range-x | --range-y | --sharpness | --max | --client | --street-width | --min-length | --shard) return ;;
+        --width | --range-x | --range-y | --sharpness | --max | --client | --measure-reach | --measure-contrast) return ;;
+        --street-width | --min-length | --shard) return ;;
     esac
     # What follows -- is an image, whatever it begins with.
     if [[ $cur == -* && " ${COMP_WORDS[*]:0:COMP_CWORD} " != *" -- "* ]]; then

@@ -293,6 +293,18 @@ std::string settleLengths(const CommandOptions& options) {
     return options.minLength == 0 ? required("--min-length") : std::string();
 }
 
+/// A limit of the measurement says nothing where nothing is measured.
+std::string settleMeasure(RawOptions& raw) {
+    for (const auto& [option, value] :
+         {std::pair("--measure-reach", raw.measureReach), std::pair("--measure-contrast", raw.measureContrast)}) {
+        if (!value || raw.options.measure) continue;
+        return std::string(option) + ": " + inQuotes(shortest(*value)) + " is not used; allowed is beside --measure";
+    }
+    raw.options.measureReach = raw.measureReach.value_or(raw.options.measureReach);
+    raw.options.measureContrast = raw.measureContrast.value_or(raw.options.measureContrast);
+    return {};
+}
+
 /// Reads the list, if the images stand in one.
 std::string settleImages(RawOptions& raw) {
     CommandOptions& options = raw.options;
@@ -372,6 +384,7 @@ ParsedCommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     }
     if (const std::string message = settleRanges(raw); !message.empty()) return wrong(message);
     if (const std::string message = settleLengths(raw.options); !message.empty()) return wrong(message);
+    if (const std::string message = settleMeasure(raw); !message.empty()) return wrong(message);
     if (const std::string message = settleImages(raw); !message.empty()) return wrong(message);
     if (raw.options.subcommand == Subcommand::inspect && raw.report.empty()) {
         return wrong("--report: is required by inspect; allowed is a file name that ends in .html");

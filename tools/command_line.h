@@ -43,8 +43,11 @@ struct CommandOptions {
     long maxResults = 100;
     bool clientGiven = false;
     std::array<double, 6> client{1.0, 0.0, 0.0, 1.0, 0.0, 0.0};  ///< A, B, C, D, TX, TY of client from image
-    long streetWidth = 0;                                        ///< `blank` only, pels across the street
-    long minLength = 0;  ///< `blank` only, shortest stretch worth reporting, pels along the street
+    bool measure = false;                                        ///< the results are measured on the whole image
+    double measureReach = 1e30;    ///< how far from a crossing its streets are followed, client units
+    double measureContrast = 3.0;  ///< contrast that an edge must have, grey levels
+    long streetWidth = 0;          ///< `blank` only, pels across the street
+    long minLength = 0;            ///< `blank` only, shortest stretch worth reporting, pels along the street
     Direction direction = Direction::horizontal;
     std::string mask;                   ///< `blank` only; empty: no mask
     std::string greyWeights;            ///< `blank` only; empty: all weights 1

@@ -4,7 +4,9 @@
 #include "qvstreet/qvstreet.h"
 #include "qvstreet/streetfinder/street_finder_access.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
+#include "tools/measured_run.h"
 #include "tools/search_hints.h"
+#include "tools/sketch_measured.h"
 #include "tools/sketch_results.h"
 #include "tools/text.h"
 #include "tools/trace_file.h"
@@ -125,11 +127,22 @@ void search(const CommandOptions& options, const GreyImage& image, ImageReport& 
     timer.stop();
     seconds.search = timer.sec();
     report.seconds = seconds;
+    const bool isFind = options.subcommand == Subcommand::find;
+    Measurement measurement;
+    if (options.measure) {
+        measurement = isFind ? measureCrossings(options, buffer, crossings) : measureStreets(options, buffer, streets);
+        addMeasurement(measurement, report);
+    }
     report.traceFailed = !trace.isWhole();
     report.hints = hintsOf(options, finder, !crossings.empty() || !streets.empty());
     if (options.overlays.empty()) return;
     if (report.crossings) report.drawing = drawCrossings(crossings, buffer.imageFromClientXform());
     if (report.streets) report.drawing = drawStreets(streets, buffer.imageFromClientXform());
+    if (options.measure) {
+        addDrawing(isFind ? drawMeasuredCrossings(crossings, measurement.crossings)
+                          : drawMeasuredStreets(streets, measurement.streets),
+                   report.drawing);
+    }
 }
 
 /// The finder's message says what it does not like; the option behind it is added here.

@@ -253,6 +253,8 @@ void addCandidates(const qvDiagObject& records, std::vector<std::string>& findin
     }
     const std::string crossings = textOf(recordNamed(records, L"Crossings"), L"Found");
     if (!crossings.empty()) findings.push_back(lineOf("Crossings", crossings));
+    const std::string measured = textOf(recordNamed(records, L"Measurement"), L"Found");
+    if (!measured.empty()) findings.push_back(lineOf("Measurement", measured));
 }
 
 std::string counted(std::size_t count, const char* what) {

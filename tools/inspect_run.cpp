@@ -1,18 +1,24 @@
 // An inspection and its page. The results are drawn as the pictures draw them, but sorted into layers, so that each kind
 // can be looked at alone.
 #include "qvstreet/platform/text.h"
+#include "qvstreet/projection/street_measurement_records.h"
 #include "qvstreet/streetfinder/street_finder_access.h"
 #include "qvstreet/streetfinder/street_finder_impl.h"
 #include "tools/finder_run.h"
 #include "tools/inspection.h"
+#include "tools/sketch_measured.h"
 #include "tools/sketch_results.h"
 #include "tools/text.h"
 #include "tools/trace_file.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace qvtool {
 namespace {
+
+// A reach that leaves nothing out, client units.
+constexpr double kWholeImage = 1e30;
 
 std::wstring wide(const std::string& ascii) { return {ascii.begin(), ascii.end()}; }
 
@@ -37,6 +43,12 @@ qvDiagTable optionsTable(const CommandOptions& options) {
         {L"--client", pairOf(c[0], c[1]) + L", " + pairOf(c[2], c[3]) + L", " + pairOf(c[4], c[5]),
          L"client = [A B; C D] * image + (TX, TY)"},
     };
+    if (!options.measure) return table;
+    const std::wstring reach = options.measureReach < kWholeImage ? number(options.measureReach) : L"the whole image";
+    table.rows.push_back({L"--measure", L"given", L"the streets are measured on the whole image"});
+    table.rows.push_back({L"--measure-reach", reach, L"how far a street is followed, client units"});
+    table.rows.push_back(
+        {L"--measure-contrast", number(options.measureContrast), L"contrast that an edge must have, grey levels"});
     return table;
 }
 
@@ -106,6 +118,43 @@ qvDiagTable streetsTable(const std::vector<qvStreetFinderSingleStreetResult>& st
         table.rows.push_back({qfDbl(street.score(), 4, false),
                               qfDbl(qvDegree(street.angle()).toDouble(), 2, false) + L"\u00b0",
                               qfStr(static_cast<long>(street.lineSegs().size()))});
+    }
+    return table;
+}
+
+/// A measured number with its standard deviation; empty for one that was not measured.
+std::wstring sureCell(double value, double deviation, int digits) {
+    if (!std::isfinite(value)) return {};
+    return qfDbl(value, digits, false) + L" (" + qfDbl(deviation, digits, false) + L")";
+}
+
+std::wstring sureDegrees(qvRadian angle, qvRadian deviation) {
+    return sureCell(qvDegree(angle).toDouble(), qvDegree(deviation).toDouble(), 4);
+}
+
+qvDiagTable measuredCrossingsTable(const std::vector<qvStreetMeasurement>& measured) {
+    qvDiagTable table;
+    table.label = L"Crossings as measured (standard deviation)";
+    table.heading = {L"x", L"y", L"flat street", L"upright street", L"flat width", L"upright width", L"result"};
+    for (const qvStreetMeasurement& one : measured) {
+        table.rows.push_back({sureCell(one.crossing().x(), one.crossingDeviation().x(), 3),
+                              sureCell(one.crossing().y(), one.crossingDeviation().y(), 3),
+                              sureDegrees(one.horizontalAngle(), one.horizontalAngleDeviation()),
+                              sureDegrees(one.verticalAngle(), one.verticalAngleDeviation()),
+                              sureCell(one.horizontalWidth(), one.horizontalWidthDeviation(), 3),
+                              sureCell(one.verticalWidth(), one.verticalWidthDeviation(), 3),
+                              qfStreetMeasureReasonText(one.reason())});
+    }
+    return table;
+}
+
+qvDiagTable measuredStreetsTable(const std::vector<qvStreetLineMeasurement>& measured) {
+    qvDiagTable table;
+    table.label = L"Single streets as measured (standard deviation)";
+    table.heading = {L"angle", L"width", L"result"};
+    for (const qvStreetLineMeasurement& one : measured) {
+        table.rows.push_back({sureDegrees(one.angle(), one.angleDeviation()),
+                              sureCell(one.width(), one.widthDeviation(), 3), qfStreetMeasureReasonText(one.reason())});
     }
     return table;
 }
@@ -182,6 +231,16 @@ std::vector<PageLayer> layersOf(const Inspection& inspection) {
     layers.take(L"Corners", crossings.layers, [](const qvShape& s) { return s.kind == qvShape::eCross; });
     layers.take(L"Crossings", crossings.layers, [](const qvShape& s) { return s.kind == qvShape::ePointIcon; });
     layers.take(L"Scores", crossings.layers, [](const qvShape& s) { return s.kind == qvShape::eText; });
+    if (inspection.measurement) {
+        const Measurement& measurement = *inspection.measurement;
+        const ResultDrawing measured = found
+                                           ? drawMeasuredCrossings(inspection.results.crossings, measurement.crossings)
+                                           : drawMeasuredStreets(inspection.results.singleStreets, measurement.streets);
+        layers.take(L"Measured edges", measured.layers, [](const qvShape& s) { return s.kind == qvShape::eLineSeg; });
+        layers.take(L"Measured crossings", measured.layers,
+                    [](const qvShape& s) { return s.kind == qvShape::eCross && s.color == kMeasuredColour; });
+        layers.take(L"Not measured", measured.layers, [](const qvShape& s) { return s.color == kUnmeasuredColour; });
+    }
     layers.take(L"Street scores", streets.layers, [](const qvShape& s) { return s.kind == qvShape::eText; });
     layers.hideIf(found);
     if (found) takeLines();
@@ -199,6 +258,15 @@ Seconds secondsOf(const std::vector<qv_stageTime>& times) {
     return seconds;
 }
 
+/// Measures what was found and records it behind the stages.
+void measure(const CommandOptions& options, Inspection& inspection) {
+    const qv_diagnosedResults& results = inspection.results;
+    inspection.measurement = results.crossings.empty()
+                                 ? measureStreets(options, inspection.image, results.singleStreets)
+                                 : measureCrossings(options, inspection.image, results.crossings);
+    recordMeasurement(inspection.image, inspection.measurement->tracks, inspection.records);
+}
+
 }  // namespace
 
 void runInspection(const CommandOptions& options, const GreyImage& image, ImageReport& report, Inspection& inspection) {
@@ -212,6 +280,7 @@ void runInspection(const CommandOptions& options, const GreyImage& image, ImageR
             recordRefusedPairs(options, finder, inspection.records);
             inspection.constants = constantsOf(qf_finderRecord(finder));
             report.traceFailed = !trace.isWhole();
+            if (options.measure) measure(options, inspection);
         });
     } catch (const Refusal& error) {
         inspection.refusal = error.what();
@@ -219,8 +288,17 @@ void runInspection(const CommandOptions& options, const GreyImage& image, ImageR
     }
     report.crossings = crossingsOf(inspection.results.crossings);
     report.seconds = secondsOf(inspection.results.times);
+    if (inspection.measurement) {
+        // Of streets that were measured for want of crossings only the page tells.
+        if (!report.crossings->empty()) addMeasurement(*inspection.measurement, report);
+        report.seconds->measure = inspection.measurement->seconds;
+    }
     if (options.overlays.empty()) return;
     report.drawing = drawCrossings(inspection.results.crossings, inspection.image.imageFromClientXform());
+    if (inspection.measurement) {
+        addDrawing(drawMeasuredCrossings(inspection.results.crossings, inspection.measurement->crossings),
+                   report.drawing);
+    }
 }
 
 Page inspectionPage(const CommandOptions& options, const ImageReport& report, const Inspection& inspection) {
@@ -235,10 +313,17 @@ Page inspectionPage(const CommandOptions& options, const ImageReport& report, co
     page.findings = findingsOf(inspection.records);
     page.view = {inspection.image, layersOf(inspection)};
     page.results = {crossingsTable(inspection.results.crossings), streetsTable(inspection.results.singleStreets)};
+    if (inspection.measurement) {
+        const Measurement& measurement = *inspection.measurement;
+        page.results.push_back(measurement.crossings.empty() ? measuredStreetsTable(measurement.streets)
+                                                             : measuredCrossingsTable(measurement.crossings));
+    }
     page.records = &inspection.records;
     page.appendix = {optionsTable(options)};
     page.appendix.insert(page.appendix.end(), inspection.constants.begin(), inspection.constants.end());
-    page.appendix.push_back(timesTable(inspection.results.times));
+    std::vector<qv_stageTime> times = inspection.results.times;
+    if (inspection.measurement) times.push_back({L"Measurement", 1000.0 * inspection.measurement->seconds});
+    page.appendix.push_back(timesTable(times));
     return page;
 }
 

@@ -9,6 +9,7 @@
 #include "tools/command_line.h"
 #include "tools/grey_image.h"
 #include "tools/html_page.h"
+#include "tools/measured_run.h"
 #include "tools/report.h"
 
 #include <cstddef>
@@ -22,8 +23,9 @@ struct Inspection {
     qvPelBuffer_const<unsigned char> image;  ///< shares the pels of the image that was searched
     qvDiagObject records;
     qv_diagnosedResults results;
-    std::vector<qvDiagTable> constants;  ///< of the mode, as the finder had them
-    std::string refusal;                 ///< why the finder gave up; empty if it did not
+    std::optional<Measurement> measurement;  ///< of the crossings, or of single streets where there is none
+    std::vector<qvDiagTable> constants;      ///< of the mode, as the finder had them
+    std::string refusal;                     ///< why the finder gave up; empty if it did not
 };
 
 /// Searches the image for crossings and single streets with all stages recorded, and adds crossings and time to the

@@ -85,6 +85,17 @@ bool applySharpness(std::string_view text, RawOptions& raw) {
     return value && *value > 0.0;
 }
 
+bool applyMeasure(std::string_view, RawOptions& raw) {
+    raw.options.measure = true;
+    return true;
+}
+
+template <auto member>
+bool applyMeasureNumber(std::string_view text, RawOptions& raw) {
+    raw.*member = parseNumber(text);
+    return raw.*member && *(raw.*member) > 0.0;
+}
+
 bool applyClient(std::string_view text, RawOptions& raw) {
     const auto values = numbers(text);
     if (!values || values->size() != 6) return false;
@@ -157,6 +168,13 @@ const std::vector<OptionSpec>& optionTable() {
         {Users::all, "--max", "N", "most results (default 100)", kPositiveWhole, applyPositive<&Options::maxResults>},
         {Users::finder, "--client", "A,B,C,D,TX,TY", "client = [A B; C D] * image + (TX, TY) (default 1,0,0,1,0,0)",
          "six numbers A,B,C,D,TX,TY with A*D - B*C finite and not 0", applyClient},
+        {Users::measured, "--measure", nullptr, "measure what was found on the whole image, to parts of a pel",
+         "the bare option", applyMeasure},
+        {Users::measured, "--measure-reach", "X",
+         "how far from a crossing its streets are followed, client units (default: the whole image)",
+         "a number greater than 0", applyMeasureNumber<&RawOptions::measureReach>},
+        {Users::measured, "--measure-contrast", "G", "contrast that an edge must have, grey levels (default 3)",
+         "a number greater than 0", applyMeasureNumber<&RawOptions::measureContrast>},
         {Users::all, "--json", "FILE", "where the JSON goes; - is standard output (default -)",
          "a file name, or - for standard output", applyText<&Options::json>},
         {Users::all, "--overlay", "FILE", "picture of the results, .svg or .png; {name}, {n} for several images",
@@ -177,6 +195,8 @@ bool offers(Subcommand subcommand, const OptionSpec& spec) {
     switch (spec.users) {
         case Users::finder:
             return subcommand != Subcommand::blank;
+        case Users::measured:
+            return subcommand != Subcommand::blank && subcommand != Subcommand::angles;
         case Users::blank:
             return subcommand == Subcommand::blank;
         case Users::pages:

@@ -20,12 +20,14 @@ struct RawOptions {
     std::optional<Interval> rangeX;
     std::optional<Interval> rangeY;
     std::optional<Shard> shard;
+    std::optional<double> measureReach;
+    std::optional<double> measureContrast;
     std::string overlay;  ///< patterns, empty where the option is not given
     std::string report;
 };
 
 /// The subcommands that have an option.
-enum class Users { finder, blank, pages, all };
+enum class Users { finder, measured, blank, pages, all };
 
 struct OptionSpec {
     Users users;

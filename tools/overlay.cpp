@@ -41,6 +41,8 @@ void appendSigns(std::vector<Mark>& marks, const LegendRow& row, const Position&
         } else if (kind == qvShape::eRect) {
             sign.p1 = centre - half - qvVector<2>(0.0, 0.2 * length);
             sign.p2 = qvVector<2>(length, 0.4 * length);
+        } else if (kind == qvShape::eCross) {
+            sign.angle = qvDegree(row.degrees);
         } else if (kind == qvShape::eCircle) {
             sign.p1 = row.signs.size() > 1 ? centre + half : centre;
             sign.radius = 3.0;
@@ -143,7 +145,8 @@ std::vector<MarkedSketch> overlayMarks(const Overlay& overlay, long width, long 
         view.scale = displayScale(width, height);
         view.width = static_cast<double>(width);
         view.height = static_cast<double>(height);
-        sketches.push_back({layer.name, marksOf(layer.sketch, view)});
+        view.lineWidth = layer.lineWidth;
+        sketches.push_back({layer.name, marksOf(layer.sketch, view), layer.lineWidth});
     }
     std::vector<Mark> legend = legendMarks(overlay, sketches, width, height);
     if (!legend.empty()) sketches.push_back({"legend", {{qvUITablet::eLabelLayer, std::move(legend)}}});

@@ -32,6 +32,7 @@ double displayScale(long width, long height);
 struct MarkedSketch {
     std::string name;
     std::vector<MarkedLayer> layers;
+    double lineWidth = 1.0;  ///< of rims, as in SketchLayer
 };
 
 /// All that lies over an image of that size, in the order of drawing. The legend comes last, in the corner that holds

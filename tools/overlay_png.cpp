@@ -283,8 +283,9 @@ class Picture {
         for (const MarkedSketch& sketch : sketches_) {
             for (const MarkedLayer& layer : sketch.layers) {
                 layers_.emplace_back();
+                layers_.back().halo = sketch.lineWidth * halo_;
                 for (const Mark& mark : layer.marks) {
-                    layers_.back().push_back({&mark, std::visit(Extent(halo_), mark)});
+                    layers_.back().marks.push_back({&mark, std::visit(Extent(layers_.back().halo), mark)});
                 }
             }
         }
@@ -294,13 +295,13 @@ class Picture {
         Band band(image_, top);
         const auto first = static_cast<double>(top);
         const auto end = static_cast<double>(band.end());
-        for (const std::vector<Placed>& layer : layers_) {
+        for (const Layer& layer : layers_) {
             std::vector<const Mark*> here;
-            for (const Placed& placed : layer) {
+            for (const Placed& placed : layer.marks) {
                 if (placed.rows.second >= first && placed.rows.first <= end) here.push_back(placed.mark);
             }
-            for (const Mark* mark : here) std::visit(RimPainter(band, halo_), *mark);
-            for (const Mark* mark : here) std::visit(BodyPainter(band, halo_), *mark);
+            for (const Mark* mark : here) std::visit(RimPainter(band, layer.halo), *mark);
+            for (const Mark* mark : here) std::visit(BodyPainter(band, layer.halo), *mark);
         }
         return band;
     }
@@ -310,11 +311,15 @@ class Picture {
         const Mark* mark;
         std::pair<double, double> rows;
     };
+    struct Layer {
+        double halo = 0.0;
+        std::vector<Placed> marks;
+    };
 
     const GreyImage& image_;
     double halo_;
     std::vector<MarkedSketch> sketches_;
-    std::vector<std::vector<Placed>> layers_;
+    std::vector<Layer> layers_;
 };
 
 }  // namespace

@@ -76,7 +76,8 @@ void writeOverlaySvg(const ByteSink& sink, const GreyImage& image, const Overlay
 
     for (const MarkedSketch& sketch : overlayMarks(overlay, image.width, image.height)) {
         std::string group;
-        writeMarksSvg(group, sketch.layers, haloWidth(displayScale(image.width, image.height)), sketch.name);
+        const double halo = sketch.lineWidth * haloWidth(displayScale(image.width, image.height));
+        writeMarksSvg(group, sketch.layers, halo, sketch.name);
         putText(sink, group);
     }
     putText(sink, "</svg>\n");

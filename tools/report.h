@@ -6,6 +6,7 @@
 
 #include "tools/sketch_layer.h"
 
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,6 +36,33 @@ struct ScoredAngle {
     double score = 0.0;
 };
 
+/// A street as the measurement gives it; numbers that were not measured are NaN.
+struct MeasuredStreet {
+    std::string status;  ///< "measured", "partly" or "not"
+    std::string reason;  ///< why not all of it; empty if it was
+    double degrees = 0.0;
+    double degreesDeviation = 0.0;  ///< standard deviations: in degrees, the others in client units
+    double width = 0.0;
+    double widthDeviation = 0.0;
+    std::optional<Segment> centre;  ///< the middle line
+    double centreDeviation = 0.0;
+    std::array<std::optional<Segment>, 2> edges;  ///< the upper or left one first
+    long usedPoints = 0;
+    long refusedPoints = 0;
+};
+
+/// A crossing likewise.
+struct MeasuredCrossing {
+    std::string status;
+    std::string reason;
+    Position at;
+    Position deviation;
+    MeasuredStreet horizontal;
+    MeasuredStreet vertical;
+    long usedPoints = 0;
+    long refusedPoints = 0;
+};
+
 struct Crossing {
     Position centre;
     double score = 0.0;
@@ -43,6 +71,7 @@ struct Crossing {
     Position ul, ur, ll, lr;
     std::vector<Segment> segments;
     bool fromEdges = true;  ///< false: from one line per street, corners all equal to the centre
+    std::optional<MeasuredCrossing> measured;
 };
 
 struct Street {
@@ -50,6 +79,7 @@ struct Street {
     double degrees = 0.0;
     std::vector<Segment> segments;
     bool fromEdges = true;
+    std::optional<MeasuredStreet> measured;
 };
 
 /// A stretch of a street without structure: whole pels of the image frame, whatever the client units.
@@ -65,6 +95,7 @@ struct BlankRegion {
 struct Seconds {
     double setImage = 0.0;  ///< stays 0 for `blank`, which has no such step
     double search = 0.0;
+    std::optional<double> measure = std::nullopt;  ///< present if the results were measured
 };
 
 /// What a search tells beside its results, a sentence each; empty where there is nothing to tell.

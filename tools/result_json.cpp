@@ -10,10 +10,57 @@ using Json = nlohmann::ordered_json;
 
 Json toJson(const Position& position) { return Json::array({position.x, position.y}); }
 
+Json toJson(const Segment& s) { return Json::array({s.p1.x, s.p1.y, s.p2.x, s.p2.y}); }
+
+Json toJson(const std::optional<Segment>& segment) { return segment ? toJson(*segment) : Json(nullptr); }
+
 Json toJson(const std::vector<Segment>& segments) {
     Json list = Json::array();
-    for (const Segment& s : segments) list.push_back(Json::array({s.p1.x, s.p1.y, s.p2.x, s.p2.y}));
+    for (const Segment& s : segments) list.push_back(toJson(s));
     return list;
+}
+
+Json edgesOf(const MeasuredStreet& street) { return Json::array({toJson(street.edges[0]), toJson(street.edges[1])}); }
+
+Json reasonOf(const std::string& reason) { return reason.empty() ? Json(nullptr) : Json(reason); }
+
+Json toJson(const MeasuredCrossing& crossing) {
+    Json json;
+    json["status"] = crossing.status;
+    json["reason"] = reasonOf(crossing.reason);
+    json["x"] = crossing.at.x;
+    json["y"] = crossing.at.y;
+    json["xDeviation"] = crossing.deviation.x;
+    json["yDeviation"] = crossing.deviation.y;
+    const auto add = [&json](const std::string& name, const MeasuredStreet& street) {
+        json[name + "Angle"] = street.degrees;
+        json[name + "AngleDeviation"] = street.degreesDeviation;
+        json[name + "Width"] = street.width;
+        json[name + "WidthDeviation"] = street.widthDeviation;
+    };
+    add("horizontal", crossing.horizontal);
+    add("vertical", crossing.vertical);
+    json["horizontalEdges"] = edgesOf(crossing.horizontal);
+    json["verticalEdges"] = edgesOf(crossing.vertical);
+    json["usedPoints"] = crossing.usedPoints;
+    json["refusedPoints"] = crossing.refusedPoints;
+    return json;
+}
+
+Json toJson(const MeasuredStreet& street) {
+    Json json;
+    json["status"] = street.status;
+    json["reason"] = reasonOf(street.reason);
+    json["angle"] = street.degrees;
+    json["angleDeviation"] = street.degreesDeviation;
+    json["width"] = street.width;
+    json["widthDeviation"] = street.widthDeviation;
+    json["centre"] = toJson(street.centre);
+    json["centreDeviation"] = street.centreDeviation;
+    json["edges"] = edgesOf(street);
+    json["usedPoints"] = street.usedPoints;
+    json["refusedPoints"] = street.refusedPoints;
+    return json;
 }
 
 const char* statusOf(bool fromEdges) { return fromEdges ? "edges" : "line"; }
@@ -35,6 +82,7 @@ Json toJson(const Crossing& crossing) {
     json["corners"] = std::move(corners);
     json["segments"] = toJson(crossing.segments);
     json["status"] = statusOf(crossing.fromEdges);
+    if (crossing.measured) json["measured"] = toJson(*crossing.measured);
     return json;
 }
 
@@ -44,6 +92,7 @@ Json toJson(const Street& street) {
     json["angle"] = street.degrees;
     json["segments"] = toJson(street.segments);
     json["status"] = statusOf(street.fromEdges);
+    if (street.measured) json["measured"] = toJson(*street.measured);
     return json;
 }
 
@@ -75,6 +124,7 @@ void addSeconds(Json& json, const ImageReport& report) {
         seconds["find"] = report.seconds->search;
     if (report.subcommand == Subcommand::streets) seconds["findSingleStreet"] = report.seconds->search;
     if (report.subcommand == Subcommand::blank) seconds["blank"] = report.seconds->search;
+    if (report.seconds->measure) seconds["measure"] = *report.seconds->measure;
     json["seconds"] = std::move(seconds);
 }
 

@@ -115,6 +115,7 @@ std::string diagnosedReason(const CommandOptions& options, const GreyImage& imag
     CommandOptions again = options;
     again.trace.clear();
     again.overlays.clear();
+    again.measure = false;
     ImageReport report;
     Inspection inspection;
     try {

@@ -15,6 +15,7 @@ struct SketchLayer {
     std::string name;
     qvUISketch sketch;
     qvDisplay::CoordinateSystem system = qvDisplay::eClientCoordinates;
+    double lineWidth = 1.0;  ///< of lines and their rims in pictures, 1 the usual one
 };
 
 /// One line of the legend.
@@ -22,6 +23,7 @@ struct LegendRow {
     std::vector<qvShape::qeKind> signs;  ///< what stands before the text: shapes over one another, no texts
     qvColor colour;
     std::string text;
+    double degrees = 0.0;  ///< by which a cross is turned
 };
 
 /// Results of one image as they are drawn.
@@ -29,6 +31,9 @@ struct ResultDrawing {
     std::vector<SketchLayer> layers;  ///< in the order of drawing
     std::vector<LegendRow> legend;
 };
+
+/// Lays `upper` over `drawing`, with its rows of the legend behind the others.
+void addDrawing(ResultDrawing upper, ResultDrawing& drawing);
 
 }  // namespace qvtool
 

@@ -250,13 +250,14 @@ class Marker {
 
     void addPath(PathMark::Form form, std::vector<Position> points, bool isIcon = false) {
         const bool filled = shape_.isFilled && form == PathMark::Form::outline;
-        marks_.emplace_back(
-            PathMark{form, std::move(points), kLineWidth * view_.scale, colour_, filled, hint_, isIcon});
+        marks_.emplace_back(PathMark{form, std::move(points), kLineWidth * view_.lineWidth * view_.scale, colour_,
+                                     filled, hint_, isIcon});
     }
 
     void addRing(const Position& centre, double radius, bool isFilled, bool isIcon) {
         if (!isNear(centre, kFar) || !(radius >= 0.0 && radius <= kFar)) return;
-        marks_.emplace_back(RingMark{centre, radius, kLineWidth * view_.scale, colour_, isFilled, hint_, isIcon});
+        marks_.emplace_back(
+            RingMark{centre, radius, kLineWidth * view_.lineWidth * view_.scale, colour_, isFilled, hint_, isIcon});
         const double size = std::min(radius, kIconRadius * view_.scale);
         obstacles_.add({centre.x - size, centre.y - size}, {centre.x + size, centre.y + size});
     }

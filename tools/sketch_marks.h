@@ -71,6 +71,7 @@ struct SketchView {
     double scale = 1.0;   ///< pels of the image for one pel of the display
     double width = 0.0;   ///< of the picture, into which texts near its border are moved; 0: texts stay where they are
     double height = 0.0;  ///< likewise
+    double lineWidth = 1.0;  ///< of lines and rings, 1 the usual one
 };
 
 /// Width of the dark rim around every mark, in pels, so that it can be seen on any grey.

@@ -203,4 +203,9 @@ ResultDrawing drawBlankRegions(const std::vector<BlankRegion>& regions, double s
     return drawing;
 }
 
+void addDrawing(ResultDrawing upper, ResultDrawing& drawing) {
+    std::move(upper.layers.begin(), upper.layers.end(), std::back_inserter(drawing.layers));
+    std::move(upper.legend.begin(), upper.legend.end(), std::back_inserter(drawing.legend));
+}
+
 }  // namespace qvtool

@@ -59,6 +59,9 @@ TEST(CommandLine, Defaults) {
     EXPECT_EQ(options.filesFrom, "");
     EXPECT_TRUE(options.seconds);
     EXPECT_FALSE(options.jsonLines);
+    EXPECT_FALSE(options.measure);
+    EXPECT_EQ(options.measureReach, 1e30);
+    EXPECT_EQ(options.measureContrast, 3.0);
 }
 
 TEST(CommandLine, EveryOptionIsTaken) {
@@ -81,6 +84,34 @@ TEST(CommandLine, EveryOptionIsTaken) {
     EXPECT_EQ(options.client, (std::array<double, 6>{-0.5, 0, 0.25, 2, -3, 1e6}));
     EXPECT_EQ(options.json, "out.json");
     EXPECT_EQ(options.overlays, (Arguments{"out.svg"}));
+}
+
+TEST(CommandLine, TheSearchesForStreetsTakeTheMeasurement) {
+    for (const char* subcommand : {"find", "streets"}) {
+        EXPECT_TRUE(accepted({subcommand, "--measure", "a.png"}).measure);
+        const CommandOptions limited =
+            accepted({subcommand, "--measure-reach", "80.5", "--measure-contrast=1e-3", "--measure", "a.png"});
+        EXPECT_TRUE(limited.measure);
+        EXPECT_EQ(limited.measureReach, 80.5);
+        EXPECT_EQ(limited.measureContrast, 1e-3);
+    }
+    EXPECT_TRUE(accepted({"inspect", "--measure", "--report", "a.html", "a.png"}).measure);
+    EXPECT_EQ(refusedCall({"angles", "--measure", "a.png"}).substr(0, 29), "'--measure' is not an option;");
+    EXPECT_EQ(refusedCall({"blank", "--street-width", "9", "--min-length", "9", "--measure", "a.png"}).substr(0, 28),
+              "'--measure' is not an option");
+}
+
+TEST(CommandLine, LimitsOfTheMeasurementArePositiveAndGoWithIt) {
+    for (const char* option : {"--measure-reach", "--measure-contrast"}) {
+        for (const char* value : {"0", "-1", "x", "nan", "inf", "3,4", "1e400"}) {
+            EXPECT_EQ(refused({"--measure", option, value}),
+                      std::string(option) + ": '" + value + "' is not allowed; allowed is a number greater than 0");
+        }
+        EXPECT_EQ(refused({option, "12.5"}), std::string(option) + ": '12.5' is not used; allowed is beside --measure");
+    }
+    EXPECT_EQ(refusedCall({"find", "--measure=yes", "a.png"}),
+              "--measure: takes no value; allowed is the bare option (see qvstreet --help)");
+    EXPECT_EQ(refused({"--measur"}).substr(0, 54), "'--measur' is not an option, did you mean --measure? A");
 }
 
 TEST(CommandLine, OneWidthServesBothAndSetsTheRanges) {
@@ -199,7 +230,8 @@ TEST(CommandLine, MissingAndRepeatedValues) {
 TEST(CommandLine, UnknownOptionsAndSubcommands) {
     EXPECT_EQ(refused({"--bogus"}),
               "'--bogus' is not an option; allowed are --mode, --width, --range-x, --range-y, --sharpness, --polarity, "
-              "--max, --client, --json, --overlay, --trace, --files-from, --shard, --no-seconds, --help");
+              "--max, --client, --measure, --measure-reach, --measure-contrast, --json, --overlay, --trace, "
+              "--files-from, --shard, --no-seconds, --help");
     EXPECT_EQ(refused({"-x"}).substr(0, 21), "'-x' is not an option");
     EXPECT_EQ(refused({"--wid", "3"}).substr(0, 24), "'--wid' is not an option");
     EXPECT_EQ(refusedCall({"bogus", "a.png"}),

@@ -33,7 +33,71 @@ ImageReport crossingReport() {
     return report;
 }
 
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+MeasuredStreet measuredStreet() {
+    MeasuredStreet street;
+    street.status = "measured";
+    street.degrees = 1.25;
+    street.degreesDeviation = 0.5;
+    street.width = 20.5;
+    street.widthDeviation = 0.25;
+    street.centre = Segment{{1, 2}, {3, 4}};
+    street.centreDeviation = 0.125;
+    street.edges = {Segment{{5, 6}, {7, 8}}, Segment{{9, 10}, {11, 12}}};
+    street.usedPoints = 31;
+    street.refusedPoints = 7;
+    return street;
+}
+
 }  // namespace
+
+TEST(ResultJson, AMeasuredCrossingComesBehindTheFindersWithItsTime) {
+    ImageReport report = crossingReport();
+    MeasuredCrossing measured;
+    measured.status = "partly";
+    measured.reason = "one edge only";
+    measured.at = {kNaN, kNaN};
+    measured.deviation = {kNaN, kNaN};
+    measured.horizontal = measuredStreet();
+    measured.vertical = measuredStreet();
+    measured.vertical.degrees = -88.5;
+    measured.vertical.width = kNaN;
+    measured.vertical.widthDeviation = kNaN;
+    measured.vertical.edges[0].reset();
+    measured.usedPoints = 62;
+    measured.refusedPoints = 14;
+    report.crossings->front().measured = measured;
+    report.seconds->measure = 0.125;
+    const std::string text = toJson(report, true);
+    EXPECT_EQ(
+        text.substr(text.find("\"status\":\"edges\"")),
+        "\"status\":\"edges\",\"measured\":{\"status\":\"partly\",\"reason\":\"one edge only\",\"x\":null,\"y\":null,"
+        "\"xDeviation\":null,\"yDeviation\":null,\"horizontalAngle\":1.25,\"horizontalAngleDeviation\":0.5,"
+        "\"horizontalWidth\":20.5,\"horizontalWidthDeviation\":0.25,\"verticalAngle\":-88.5,"
+        "\"verticalAngleDeviation\":0.5,\"verticalWidth\":null,\"verticalWidthDeviation\":null,"
+        "\"horizontalEdges\":[[5.0,6.0,7.0,8.0],[9.0,10.0,11.0,12.0]],"
+        "\"verticalEdges\":[null,[9.0,10.0,11.0,12.0]],\"usedPoints\":62,\"refusedPoints\":14}}],"
+        "\"seconds\":{\"setImage\":0.25,\"find\":0.5,\"measure\":0.125}}\n");
+}
+
+TEST(ResultJson, AMeasuredStreetHasItsMiddleLine) {
+    ImageReport report;
+    report.image = "w.png";
+    report.subcommand = Subcommand::streets;
+    report.width = 3;
+    report.height = 2;
+    Street street;
+    street.measured = measuredStreet();
+    report.streets.emplace({street});
+    EXPECT_EQ(
+        toJson(report, true),
+        "{\"image\":\"w.png\",\"width\":3,\"height\":2,\"mode\":\"edge\",\"streets\":[{\"score\":0.0,\"angle\":0.0,"
+        "\"segments\":[],\"status\":\"edges\",\"measured\":{\"status\":\"measured\",\"reason\":null,\"angle\":1.25,"
+        "\"angleDeviation\":0.5,\"width\":20.5,\"widthDeviation\":0.25,\"centre\":[1.0,2.0,3.0,4.0],"
+        "\"centreDeviation\":0.125,\"edges\":[[5.0,6.0,7.0,8.0],[9.0,10.0,11.0,12.0]],\"usedPoints\":31,"
+        "\"refusedPoints\":7}}]}\n");
+}
 
 TEST(ResultJson, CrossingsInOneLineWithMembersInTheDocumentedOrder) {
     EXPECT_EQ(
