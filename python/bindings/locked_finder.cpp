@@ -7,6 +7,17 @@
 
 namespace py = pybind11;
 
+namespace {
+
+/// Before anything is searched, so that wrong settings are refused whatever there is to find.
+std::optional<qvStreetMeasureParams> measureParams(const qvStreetFinder& finder,
+                                                   const std::optional<MeasureSettings>& measure) {
+    if (!measure) return std::nullopt;
+    return qvStreetMeasureParams(finder.runParams(), measure->reach, measure->leastContrast);
+}
+
+}  // namespace
+
 void LockedFinder::setImage(const qvPelBuffer_const<unsigned char>& image) {
     // Letting go of an image may run Python code, even code that calls this finder: the former one goes last, behind
     // both locks.
@@ -17,20 +28,27 @@ void LockedFinder::setImage(const qvPelBuffer_const<unsigned char>& image) {
     finder_.setImage(image);
 }
 
-std::vector<qvStreetFinderStreetCrossResult> LockedFinder::find() {
-    std::vector<qvStreetFinderStreetCrossResult> results;
+FoundCrossings LockedFinder::find(const std::optional<MeasureSettings>& measure) {
+    FoundCrossings found;
     const py::gil_scoped_release others;
     const std::lock_guard<std::mutex> alone(mutex_);
-    finder_.find(results);
-    return results;
+    const std::optional<qvStreetMeasureParams> params = measureParams(finder_, measure);
+    finder_.find(found.results);
+    // Where nothing can be found there may be no image either.
+    if (params && !found.results.empty())
+        qfStreetMeasureCrosses(qf_finderRecord(finder_).image, found.results, *params, found.measured);
+    return found;
 }
 
-std::vector<qvStreetFinderSingleStreetResult> LockedFinder::findSingleStreet() {
-    std::vector<qvStreetFinderSingleStreetResult> results;
+FoundStreets LockedFinder::findSingleStreet(const std::optional<MeasureSettings>& measure) {
+    FoundStreets found;
     const py::gil_scoped_release others;
     const std::lock_guard<std::mutex> alone(mutex_);
-    finder_.findSingleStreet(results);
-    return results;
+    const std::optional<qvStreetMeasureParams> params = measureParams(finder_, measure);
+    finder_.findSingleStreet(found.results);
+    if (params && !found.results.empty())
+        qfStreetMeasureStreets(qf_finderRecord(finder_).image, found.results, *params, found.measured);
+    return found;
 }
 
 std::vector<std::pair<qvRadian, double>> LockedFinder::angles(long count) {

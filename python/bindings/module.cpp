@@ -12,6 +12,7 @@
 #include "python/bindings/errors.h"
 #include "python/bindings/image_view.h"
 #include "python/bindings/locked_finder.h"
+#include "python/bindings/result_tuples.h"
 #include "qvstreet/qvstreet.h"
 
 namespace py = pybind11;
@@ -25,53 +26,10 @@ using Numbers = std::pair<double, double>;
 constexpr long kMaxSearchedSide = 32767;
 
 qvPair<double> pairOf(const Numbers& numbers) { return qvPair<double>(numbers.first, numbers.second); }
-py::tuple tupleOf(const qvPair<double>& pair) { return py::make_tuple(pair.first, pair.second); }
-py::tuple tupleOf(const qvVector<2>& point) { return py::make_tuple(point.x(), point.y()); }
-double degreesOf(qvRadian angle) { return qvDegree(angle).toDouble(); }
-
-py::tuple tupleOf(const std::vector<qvLineSeg>& segments) {
-    py::tuple list(segments.size());
-    for (std::size_t i = 0; i < segments.size(); ++i) {
-        const qvVector<2> p1 = segments[i].p1();
-        const qvVector<2> p2 = segments[i].p2();
-        list[i] = py::make_tuple(p1.x(), p1.y(), p2.x(), p2.y());
-    }
-    return list;
-}
-
-const char* statusOf(qvStreetFinderDefs::resultType type) {
-    return type == qvStreetFinderDefs::eStreetFromEdges ? "edges" : "line";
-}
-
-py::tuple tupleOf(const qvStreetFinderStreetCrossResult& result) {
-    const qvVector<2> crossing = result.crossing();
-    return py::make_tuple(crossing.x(), crossing.y(), result.score(), degreesOf(result.horizontalAngle()),
-                          degreesOf(result.verticalAngle()),
-                          py::make_tuple(tupleOf(result.ulCorner()), tupleOf(result.urCorner()),
-                                         tupleOf(result.llCorner()), tupleOf(result.lrCorner())),
-                          tupleOf(result.lineSegs()), statusOf(result.statusFlags()));
-}
-
-py::tuple tupleOf(const qvStreetFinderSingleStreetResult& result) {
-    return py::make_tuple(result.score(), degreesOf(result.angle()), tupleOf(result.lineSegs()),
-                          statusOf(result.statusFlags()));
-}
-
-py::tuple tupleOf(const std::pair<qvRadian, double>& angle) {
-    return py::make_tuple(degreesOf(angle.first), angle.second);
-}
-
-py::tuple tupleOf(const qvStreetBlankRegionFinderResult& result) {
-    const qvPelRect& rect = result.blankRect();
-    return py::make_tuple(rect.ul().first, rect.ul().second, rect.width(), rect.height(), result.score(),
-                          result.blanknessScore());
-}
-
-template <typename T>
-py::list listOf(const std::vector<T>& results) {
-    py::list list(results.size());
-    for (std::size_t i = 0; i < results.size(); ++i) list[i] = tupleOf(results[i]);
-    return list;
+/// None, or (reach, least contrast).
+std::optional<MeasureSettings> settingsOf(const std::optional<Numbers>& measure) {
+    if (!measure) return std::nullopt;
+    return MeasureSettings{measure->first, measure->second};
 }
 
 qvStreetFinderParams paramsOf(int mode, const Numbers& width, const Numbers& rangeX, const Numbers& rangeY,
@@ -143,6 +101,7 @@ PYBIND11_MODULE(_qvstreet, module) {
                                          py::arg("light") = static_cast<int>(qvStreetFinderDefs::eLightOnDark));
     module.attr("DIRECTIONS") = py::dict(py::arg("h") = static_cast<int>(qvStreetBlankRegionFinderDefs::eHorizontal),
                                          py::arg("v") = static_cast<int>(qvStreetBlankRegionFinderDefs::eVertical));
+    module.attr("MEASURE_REASONS") = measureReasons();
     registerErrors();
 
     module.def("checked_params", &checkedParams, "Parameters of a street finder as it keeps them.", py::arg("mode"),
@@ -165,11 +124,17 @@ PYBIND11_MODULE(_qvstreet, module) {
         .def("set_image", &setImage, "Binds an image without a copy.", py::arg("image"), py::arg("offset"),
              py::arg("client_transform"))
         .def(
-            "find", [](LockedFinder& finder) { return listOf(finder.find()); },
-            "Crossings as (x, y, score, horizontal and vertical degrees, corners, segments, status).")
+            "find",
+            [](LockedFinder& finder, const std::optional<Numbers>& measure) {
+                return listOf(finder.find(settingsOf(measure)));
+            },
+            "Crossings, measured with (reach, least contrast) unless that is None.", py::arg("measure"))
         .def(
-            "find_single_streets", [](LockedFinder& finder) { return listOf(finder.findSingleStreet()); },
-            "Streets as (score, degrees, segments, status).")
+            "find_single_streets",
+            [](LockedFinder& finder, const std::optional<Numbers>& measure) {
+                return listOf(finder.findSingleStreet(settingsOf(measure)));
+            },
+            "Streets, measured likewise.", py::arg("measure"))
         .def(
             "angles", [](LockedFinder& finder, long count) { return listOf(finder.angles(count)); },
             "Angles as (degrees, score).", py::arg("max_results"));

@@ -4,6 +4,8 @@
     for crossing in qvstreet.find_crossings(image, mode="coarse", width=20):
         print(crossing.x, crossing.y, crossing.score)
 
+With measure=True each result is measured again on the whole image, to a small part of a pel, with standard deviations.
+
 An image is anything that shows its memory (a numpy array, a slice of one, a memoryview): two dimensions (height, width),
 one byte per pel, the pels of a row adjacent. It goes in without a copy; rows may be padded or stand bottom-up, and the
 memory may be read-only.
@@ -37,12 +39,26 @@ from ._errors import (
 from ._finder import StreetFinder, find_blank_regions, find_crossings, find_single_streets
 from ._params import BlankRegionDirection, Polarity, RunMode, StreetFinderParams
 from ._qvstreet import __version__
-from ._results import BlankRegion, Corners, ResultStatus, SingleStreet, StreetAngle, StreetCrossing
+from ._results import (
+    BlankRegion,
+    Corners,
+    CrossingMeasurement,
+    MeasureReason,
+    MeasureStatus,
+    ResultStatus,
+    SingleStreet,
+    StreetAngle,
+    StreetCrossing,
+    StreetMeasurement,
+)
 
 __all__ = [
     "BlankRegion",
     "BlankRegionDirection",
     "Corners",
+    "CrossingMeasurement",
+    "MeasureReason",
+    "MeasureStatus",
     "Polarity",
     "ResultStatus",
     "RunMode",
@@ -51,6 +67,7 @@ __all__ = [
     "StreetCrossing",
     "StreetFinder",
     "StreetFinderParams",
+    "StreetMeasurement",
     "__version__",
     "find_blank_regions",
     "find_crossings",

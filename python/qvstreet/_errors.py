@@ -122,7 +122,8 @@ class qvStreetFinderDefs:
         """Base of the errors of the street finder."""
 
     class BadParams(Errors, ValueError):
-        """A parameter that the street finder refuses, or a client transform turned by more than 5 degrees."""
+        """A parameter that the street finder or its measurement refuses, or a client transform turned by more than 5
+        degrees."""
 
         error_number = 0x10008301
 

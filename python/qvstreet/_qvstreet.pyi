@@ -1,12 +1,18 @@
 from typing import Any
 
 _Pair = tuple[float, float]
-_Segments = tuple[tuple[float, float, float, float], ...]
+_Segment = tuple[float, float, float, float]
+_Segments = tuple[_Segment, ...]
+_MeasuredStreet = tuple[
+    str, str | None, float, float, float, float, _Segment, float, tuple[_Segment, _Segment], _Pair, int, int
+]
+_MeasuredCrossing = tuple[str, str | None, _Pair, _Pair, _MeasuredStreet, _MeasuredStreet]
 
 __version__: str
 RUN_MODES: dict[str, int]
 POLARITIES: dict[str, int]
 DIRECTIONS: dict[str, int]
+MEASURE_REASONS: tuple[str, ...]
 
 def checked_params(
     mode: int,
@@ -44,7 +50,21 @@ class Finder:
         self, image: Any, offset: tuple[int, int], client_transform: tuple[float, float, float, float, float, float] | None
     ) -> None: ...
     def find(
-        self,
-    ) -> list[tuple[float, float, float, float, float, tuple[_Pair, _Pair, _Pair, _Pair], _Segments, str]]: ...
-    def find_single_streets(self) -> list[tuple[float, float, _Segments, str]]: ...
+        self, measure: _Pair | None
+    ) -> list[
+        tuple[
+            float,
+            float,
+            float,
+            float,
+            float,
+            tuple[_Pair, _Pair, _Pair, _Pair],
+            _Segments,
+            str,
+            _MeasuredCrossing | None,
+        ]
+    ]: ...
+    def find_single_streets(
+        self, measure: _Pair | None
+    ) -> list[tuple[float, float, _Segments, str, _MeasuredStreet | None]]: ...
     def angles(self, max_results: int) -> list[tuple[float, float]]: ...

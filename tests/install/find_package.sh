@@ -31,8 +31,9 @@ message("compatible: \${PACKAGE_VERSION_COMPATIBLE}")
 END
     cmake -P "$SCRATCH/version.cmake" 2>&1
 }
-expect "version 0.1 asked for" "compatible: TRUE" "$(compatible 0.1)"
-expect "version 0.2 asked for" "compatible: FALSE" "$(compatible 0.2)"
+expect "version 0.2 asked for" "compatible: TRUE" "$(compatible 0.2)"
+expect "version 0.1 asked for" "compatible: FALSE" "$(compatible 0.1)"
+expect "version 0.3 asked for" "compatible: FALSE" "$(compatible 0.3)"
 
 # Every exception class of the headers, found by following the bases from the root.
 classes=$(cat "$prefix"/include/qvstreet/*/*.h |

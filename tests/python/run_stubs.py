@@ -37,10 +37,12 @@ assert run("mypy.stubtest", "qvstreet", "--allowlist", "allowed").returncode == 
     "qvstreet.StreetFinder(qvstreet.StreetFinderParams(width=(20, 30)))\n"
     "qvstreet.find_crossings(b'', widht=20)\n"
     "qvstreet.StreetFinder(widht=20)\n"
+    "reveal_type(qvstreet.find_single_streets(b'', measure=True)[0].measured)\n"
 )
 assert run("mypy", "--strict", "-p", "qvstreet").returncode == 0
 told = run("mypy", "--strict", "caller.py").stdout
 assert 'Revealed type is "Tuple[builtins.float, builtins.float]"' in told
 assert 'Revealed type is "builtins.list[qvstreet._results.SingleStreet]"' in told
 assert 'Revealed type is "qvstreet._params.RunMode"' in told
+assert 'Revealed type is "Union[qvstreet._results.StreetMeasurement, None]"' in told
 assert ":6: error" in told and ":7: error" in told and told.count(" error: ") == 2

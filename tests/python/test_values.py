@@ -1,22 +1,36 @@
 """Parameters and results as values."""
 
 import copy
+import dataclasses
 import json
 import pickle
 
 import pytest
 import qvstreet
-from qvstreet import BlankRegion, Corners, Polarity, ResultStatus, RunMode, SingleStreet, StreetAngle, StreetCrossing
-from qvstreet import StreetFinder, StreetFinderParams, qvStreetFinderDefs
+from qvstreet import BlankRegion, Corners, CrossingMeasurement, MeasureReason, MeasureStatus, Polarity, ResultStatus
+from qvstreet import RunMode, SingleStreet, StreetAngle, StreetCrossing, StreetFinder, StreetFinderParams
+from qvstreet import StreetMeasurement, qvStreetFinderDefs
 
 CROSSING = StreetCrossing(
     1.5, -2.0, 0.75, 1.25, -88.5, Corners((1, 2), (3, 4), (5, 6), (7, 8)), ((1, 2, 3, 4), (5, 6, 7, 8)), ResultStatus.EDGES
+)
+LEVEL = StreetMeasurement(
+    MeasureStatus.MEASURED, None, 1.5, 0.25, 20.0, 0.5, (1, 2, 3, 4), 0.125, ((5, 6, 7, 8), (9, 10, 11, 12)), (0.25, 0.75), 60, 4
+)
+UPRIGHT = StreetMeasurement(
+    MeasureStatus.PARTLY, MeasureReason.ONE_EDGE, -88.5, 0.5, float("nan"), float("nan"), (float("nan"),) * 4, float("nan"),
+    ((float("nan"),) * 4, (1, 3, 5, 7)), (float("nan"), 0.375), 30, 2,
+)  # fmt: skip
+PARTLY = CrossingMeasurement(
+    MeasureStatus.PARTLY, MeasureReason.ONE_EDGE, (float("nan"),) * 2, (float("nan"),) * 2, LEVEL, UPRIGHT
 )
 VALUES = [
     CROSSING,
     SingleStreet(0.5, -88.75, ((1, 2, 3, 4),), ResultStatus.LINE),
     StreetAngle(2.5, 1000.0),
     BlankRegion(3, 4, 100, 20, 0.5, 0.75),
+    UPRIGHT,
+    PARTLY,
     StreetFinderParams(mode="ridge", width=(12, 20), range_x=(10, 15), range_y=(18, 40), polarity="dark", max_results=3),
 ]
 
@@ -157,6 +171,45 @@ def test_dicts_have_the_members_of_the_json():
     assert VALUES[1].to_dict() == {"score": 0.5, "angle": -88.75, "segments": [[1, 2, 3, 4]], "status": "line"}
     assert VALUES[2].to_dict() == {"angle": 2.5, "score": 1000.0}
     assert VALUES[3].to_dict() == {"x": 3, "y": 4, "width": 100, "height": 20, "score": 0.5, "blankness": 0.75}
+
+
+def test_dicts_of_measurements_have_the_members_of_the_json_and_none_for_nan():
+    assert json.loads(json.dumps(UPRIGHT.to_dict(), allow_nan=False)) == {
+        "status": "partly",
+        "reason": "one edge only",
+        "angle": -88.5,
+        "angleDeviation": 0.5,
+        "width": None,
+        "widthDeviation": None,
+        "centre": None,
+        "centreDeviation": None,
+        "edges": [None, [1, 3, 5, 7]],
+        "usedPoints": 30,
+        "refusedPoints": 2,
+    }
+    crossing = dataclasses.replace(CROSSING, measured=PARTLY).to_dict()
+    assert "measured" not in CROSSING.to_dict()
+    assert json.loads(json.dumps(crossing.pop("measured"), allow_nan=False)) == {
+        "status": "partly",
+        "reason": "one edge only",
+        "x": None,
+        "y": None,
+        "xDeviation": None,
+        "yDeviation": None,
+        "horizontalAngle": 1.5,
+        "horizontalAngleDeviation": 0.25,
+        "horizontalWidth": 20.0,
+        "horizontalWidthDeviation": 0.5,
+        "verticalAngle": -88.5,
+        "verticalAngleDeviation": 0.5,
+        "verticalWidth": None,
+        "verticalWidthDeviation": None,
+        "horizontalEdges": [[5, 6, 7, 8], [9, 10, 11, 12]],
+        "verticalEdges": [None, [1, 3, 5, 7]],
+        "usedPoints": 90,
+        "refusedPoints": 6,
+    }
+    assert crossing == CROSSING.to_dict()
 
 
 def test_results_outlive_their_finder_and_image(coarse):

@@ -133,6 +133,12 @@ void everyMistake() {
         std::vector<qvStreetFinderStreetCrossResult> crossings;
         qvStreetFinder(qvStreetFinderParams()).find(crossings);
     });
+    CATCH_FROM_CALL(qvStreetFinderDefs::BadParams, qvStreetMeasureParams().reach(0.0));
+    CATCH_FROM_CALL(qvStreetFinderDefs::BadParams, qvStreetLineMeasurement().edge(2));
+    CATCH_FROM_CALL(qvStreetFinderDefs::UnboundImage, {
+        std::vector<qvStreetMeasurement> measured;
+        qfStreetMeasureCrosses(Image(), {}, qvStreetMeasureParams(), measured);
+    });
     CATCH_FROM_CALL(qvStreetBlankRegionFinderDefs::BadParams,
                     qvStreetBlankRegionFinderParams(0, 110, 10, std::vector<double>(256, 1.0),
                                                     qvStreetBlankRegionFinderDefs::eHorizontal));

@@ -40,6 +40,28 @@ Picture draw() {
 
 bool near(double a, double b) { return std::fabs(a - b) < 1.5; }
 
+/// The same crossings once more, now to a small part of a pel.
+int wrongMeasurements(const qvPelBuffer_const<unsigned char>& image,
+                      const std::vector<qvStreetFinderStreetCrossResult>& crossings,
+                      const qvStreetFinderParams& params) {
+    std::vector<qvStreetMeasurement> measured;
+    qfStreetMeasureCrosses(image, crossings, qvStreetMeasureParams(params), measured);
+    int wrong = measured.size() == crossings.size() ? 0 : 1;
+    for (const qvStreetMeasurement& one : measured) {
+        const double x = one.crossing().x() < 280.0 ? kUpright[0] : kUpright[1];
+        const double y = one.crossing().y() < 215.0 ? kLevel[0] : kLevel[1];
+        // Also true for what was not measured, which is NaN.
+        if (!(std::hypot(one.crossing().x() - x, one.crossing().y() - y) < 0.1) ||
+            !(std::fabs(one.horizontalWidth() - kStreetWidth) < 0.1)) {
+            std::fprintf(stderr, "stranger: the crossing at (%g, %g) was measured at (%g, %g), width %g: %ls\n", x, y,
+                         one.crossing().x(), one.crossing().y(), one.horizontalWidth(),
+                         qfStreetMeasureReasonText(one.reason()).c_str());
+            ++wrong;
+        }
+    }
+    return wrong;
+}
+
 }  // namespace
 
 int main() {
@@ -51,7 +73,8 @@ int main() {
     params.maxResults(50);
 
     qvStreetFinder finder(params);
-    finder.setImage(qvPelBuffer_const<unsigned char>(picture.top(), kWidth, kHeight, picture.rowUpdate));
+    const qvPelBuffer_const<unsigned char> image(picture.top(), kWidth, kHeight, picture.rowUpdate);
+    finder.setImage(image);
     std::vector<qvStreetFinderStreetCrossResult> crossings;
     finder.find(crossings);
 
@@ -70,6 +93,7 @@ int main() {
             }
         }
     }
+    wrong += wrongMeasurements(image, crossings, params);
     std::printf("%zu crossings\n", crossings.size());
     return wrong == 0 ? 0 : 1;
 }
