@@ -61,7 +61,8 @@ void check(const CommandOptions& options) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const bool noInput = std::freopen("/dev/null", "r", stdin) != nullptr;
     const std::vector<std::string> arguments = linesOf(std::string(reinterpret_cast<const char*>(data), size));
-    if (!noInput || opensAFile(arguments)) return 0;
+    require(noInput, "/dev/null can be read");
+    if (opensAFile(arguments)) return 0;
     const qvtool::ParsedCommandLine parsed = qvtool::parseCommandLine(arguments);
     if (parsed.run) {
         require(parsed.output.empty() && parsed.message.empty(), "a call that runs has nothing to say");

@@ -19,6 +19,8 @@ using Streets = std::vector<qvStreetFinderSingleStreetResult>;
 
 /// A side of so many pels is nothing but margins of the spectrum, so that nothing of it can be sampled.
 constexpr long kMarginsOnly = 5;
+/// What `setImage` says to it.
+constexpr const char* kMarginsRefusal = "setImage: 268436225 the matrix has no inverse";
 /// What `setImage` says where no rectangle fits between the two directions of the content.
 constexpr const char* kUnprojectable = "setImage: 268435970 a number of samples must be 1 to 32767";
 
@@ -172,6 +174,30 @@ inline std::string whatIsWrong(const SoakOutcome& found, long maxResults) {
     for (const qvRadian angle : found.angles)
         if (!std::isfinite(angle.toDouble())) return "an angle that is not finite";
     return std::string();
+}
+
+/// The same of blank regions: no more than asked for, best first, scores within their ranges.
+inline std::string whatIsWrong(const qvStreetBlankRegionFinderResultSet& found, long maxResults) {
+    if (found.numResults() > maxResults) return "too many regions";
+    if (!isBestFirst(found.results())) return "regions out of order";
+    for (const qvStreetBlankRegionFinderResult& region : found.results()) {
+        const bool isScore = region.score() > 0.0 && region.score() <= 1.0;
+        if (!isScore || !(region.blanknessScore() >= 0.0 && region.blanknessScore() <= 1.0))
+            return "a score that cannot be";
+    }
+    return std::string();
+}
+
+/// Whether every region has pels, and only such of the image.
+inline bool areInside(const qvStreetBlankRegionFinderResultSet& found, const Image& image) {
+    const qvPelRect window = image.window();
+    const std::vector<qvStreetBlankRegionFinderResult>& regions = found.results();
+    return std::all_of(regions.begin(), regions.end(), [&](const qvStreetBlankRegionFinderResult& region) {
+        const qvPelRect& rect = region.blankRect();
+        return rect.width() > 0 && rect.height() > 0 && rect.ul().first >= window.ul().first &&
+               rect.ul().second >= window.ul().second && rect.lr().first <= window.lr().first &&
+               rect.lr().second <= window.lr().second;
+    });
 }
 
 }  // namespace qvtest

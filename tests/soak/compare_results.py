@@ -44,6 +44,8 @@ def main(first, second, tolerance):
             differing += textA != textB
             if apart > worst:
                 worst, where = apart, name
+    if count == 0:
+        return "no numbers to compare"
     print(f"{count} numbers, {differing} with other bits, worst deviation {worst:.3g}"
           + (f" in {where}" if where else "") + f", tolerance {tolerance:g}: " + ("ok" if worst <= tolerance else "FAILED"))
     return None if worst <= tolerance else 1

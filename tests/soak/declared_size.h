@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/soak/png_check_sum.h"
+
 namespace qvtest {
 
 using FileBytes = std::vector<unsigned char>;
@@ -32,12 +34,7 @@ inline std::uint32_t numberAt(const FileBytes& file, std::size_t at, std::size_t
 inline void declareInPng(FileBytes& file, std::uint32_t side) {
     putNumber(file, 16, side, 4, true);
     putNumber(file, 20, side, 4, true);
-    std::uint32_t sum = 0xFFFFFFFFU;
-    for (std::size_t i = 12; i < 29; ++i) {
-        sum ^= file.at(i);
-        for (int bit = 0; bit < 8; ++bit) sum = sum >> 1 ^ ((sum & 1U) != 0 ? 0xEDB88320U : 0U);
-    }
-    putNumber(file, 29, ~sum, 4, true);
+    putNumber(file, 29, pngCheckSum(file.data() + 12, 29 - 12), 4, true);
 }
 
 /// Width and height are the tags 256 and 257 of the first directory; entries have 12 bytes.

@@ -55,6 +55,7 @@ class Determinism {
             if (options_.wants(number)) checkScene(number, number % stride == 0);
         const long strips = scenes_ * kStrips / kScenes;
         for (long number = 0; number < strips && options_.onlyCase < 0; ++number) checkStrip(number);
+        soakRequire(!options_.isWhole() || (crossings_ > 0 && streets_ > 0 && regions_ > 0), "nothing was found");
         if (!options_.output.empty()) {
             std::ofstream file(options_.output);
             file << text_;

@@ -91,8 +91,6 @@ FailingMemory::~FailingMemory() { stop(); }
 
 void FailingMemory::stop() { isArmed = false; }
 
-long FailingMemory::asked() const { return askedSoFar; }
-
 bool FailingMemory::hasFailed() const { return anyFailed; }
 
 }  // namespace qvtest

@@ -10,7 +10,7 @@ namespace qvtest {
 long liveBlocks();
 
 /// Allocations fail while it lives: the one of that number (from 1 on), and with `fromThenOn` all behind it. 0 lets all
-/// succeed and counts them. One at a time.
+/// succeed. One at a time.
 class FailingMemory {
  public:
     FailingMemory(long number, bool fromThenOn);
@@ -20,8 +20,6 @@ class FailingMemory {
 
     /// Ends the failures before the end of the object.
     void stop();
-    /// How many allocations were asked for up to now.
-    long asked() const;
     /// Whether any failed.
     bool hasFailed() const;
 };

@@ -1,4 +1,4 @@
-if(TARGET qvstreet_command)
+if(TARGET qvstreet_command AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
   add_executable(soak_image_files image_files.cpp)
   target_include_directories(soak_image_files PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(soak_image_files PRIVATE qvstreet_command qvstreet_build_rules)

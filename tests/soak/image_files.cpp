@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "tests/soak/declared_size.h"
+#include "tests/soak/sanitized.h"
 #include "tests/soak/soak_main.h"
 #include "tools/image_file.h"
 
@@ -44,8 +45,8 @@ constexpr long kFlips = 10000;          // a seed
 constexpr long kShortFlips = 100;
 constexpr long kBatch = 2000;
 
-// The second is the largest square within the limit of the readers: some formats say in a few bytes that all of it is one
-// grey, which is an image.
+// The first is beyond the limit of the readers; the second is the largest square within it: some formats say in a few
+// bytes that all of it is one grey, which is an image.
 constexpr std::uint32_t kDeclaredSides[] = {100000, 23170};
 
 struct Seed {
@@ -57,6 +58,8 @@ struct Seed {
     long cases() const {
         return static_cast<long>(bytes.size()) + kFlips + static_cast<long>(std::size(kDeclaredSides));
     }
+    /// The one that declares a size beyond the limits of the readers.
+    long tooLargeCase() const { return firstCase + static_cast<long>(bytes.size()) + kFlips; }
 };
 
 /// What the children tell, in memory that they share with their parent.
@@ -69,23 +72,9 @@ struct Account {
     char failure[400] = {};
 };
 
-/// Memory cannot be limited where the sanitizer reserves terabytes of addresses for itself.
-constexpr bool memoryCanBeLimited() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-    return false;
-#else
-    return true;
-#endif
-#else
-    return true;
-#endif
-}
-
+/// Not where a sanitizer wants more addresses than that for itself.
 void limitMemory() {
-    if (!memoryCanBeLimited()) return;
+    if (qvtest::kIsSanitized) return;
     const rlimit limit{kMostMemory, kMostMemory};
     ::setrlimit(RLIMIT_AS, &limit);
 }
@@ -159,17 +148,21 @@ void replaceFile(int descriptor, const FileBytes& file) {
     soakRequire(done, "no memory for a file");
 }
 
-void readOne(const std::string& path, Account& account) {
+void readOne(const std::string& path, bool isTooLarge, Account& account) {
+    qvtool::GreyImage image;
     try {
-        const qvtool::GreyImage image = qvtool::readImageFile(path);
-        qvtool::checkSize(static_cast<std::uint64_t>(image.width), static_cast<std::uint64_t>(image.height));
-        soakRequire(image.pels.size() == static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height),
-                    "an image without all its pels");
-        ++account.images;
+        image = qvtool::readImageFile(path);
     } catch (const qvtool::ImageError& error) {
         soakRequire(std::strlen(error.what()) > 0, "a refusal without a reason");
         ++account.refusals;
+        return;
     }
+    soakRequire(!isTooLarge, "not refused");
+    // It throws what the readers throw, so it stands apart: an image beyond the limits is no refusal.
+    qvtool::checkSize(static_cast<std::uint64_t>(image.width), static_cast<std::uint64_t>(image.height));
+    soakRequire(image.pels.size() == static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height),
+                "an image without all its pels");
+    ++account.images;
 }
 
 /// The child: ends with 0, or with 1 and a failure in the account, or by a signal.
@@ -184,7 +177,7 @@ int readBatch(const Seed& seed, long first, long last, const SoakOptions& option
             replaceFile(descriptor, damaged(seed, number, options.seed));
             const auto start = std::chrono::steady_clock::now();
             limitTime(kMostSeconds, kMostPatience);
-            readOne(path, account);
+            readOne(path, number == seed.tooLargeCase(), account);
             limitTime(0, 0);
             const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
             account.slowest = std::max(account.slowest, taken.count());
@@ -261,7 +254,7 @@ long sampleCommand(const std::vector<Seed>& seeds, const SoakOptions& options) {
         for (long i = 0; i < calls; ++i, ++made) {
             // The last call of each seed is the size that no file can have. The size behind it is left to the readers:
             // where they find an image, the search takes its time.
-            const auto impossible = static_cast<std::uint64_t>(seed.cases() - 2);
+            const auto impossible = static_cast<std::uint64_t>(seed.tooLargeCase() - seed.firstCase);
             const auto local = i + 1 == calls && !options.isShort ? impossible : random() % impossible;
             std::string what;
             callCommand(damaged(seed, seed.firstCase + static_cast<long>(local), options.seed, &what), what);
@@ -276,13 +269,14 @@ std::string run(const SoakOptions& options) {
     soakRequire(shared != MAP_FAILED, "no memory to share");
     Account& account = *new (shared) Account;
     const long mostMemory = readAll(seeds, options, account);
+    soakRequire(!options.isWhole() || (account.images > 0 && account.refusals > 0), "every file had the same fate");
     const long calls = options.onlyCase < 0 ? sampleCommand(seeds, options) : 0;
     char figures[300];
     std::snprintf(figures, sizeof figures,
                   "%zu seeds, %ld damaged files, %ld refused, %ld read, slowest %.2f s, most memory %ld MiB%s; "
                   "%ld calls of the command",
                   seeds.size(), account.files, account.refusals, account.images, account.slowest, mostMemory / 1024,
-                  memoryCanBeLimited() ? "" : " (without limit)", calls);
+                  qvtest::kIsSanitized ? " (without limit)" : "", calls);
     return figures;
 }
 

@@ -116,6 +116,9 @@ void runArchive(MemoryPoints& points, const char* name, const Exception& excepti
             copies.assigned.what();
         },
         [&](Copies& copies, bool isOut) {
+            soakRequire(isOut || copies.copy != nullptr, "no copy");
+            if (copies.copy)
+                soakRequire(std::string(exception.what()) == copies.copy->what(), "copied another message");
             if (isOut) copies.assigned = exception;
             soakRequire(std::string(exception.what()) == copies.assigned.what(), "assigned another message");
         });

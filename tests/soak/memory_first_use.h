@@ -15,8 +15,12 @@
 #include "tests/soak/failing_memory.h"
 #include "tests/soak/soak_main.h"
 #include "tests/soak/soak_scenes.h"
+#include "tests/soak/watchdog.h"
 
 namespace qvtest {
+
+/// Seconds of the processor.
+constexpr unsigned kMostSecondsOfChild = 60;
 
 /// What a child process writes in `body`, or why it could not.
 template <typename Body>
@@ -27,6 +31,7 @@ std::string fromChild(const Body& body) {
     soakRequire(child >= 0, "no child process");
     if (child == 0) {
         std::string text;
+        allowSeconds(kMostSecondsOfChild);
         try {
             text = body();
         } catch (const std::exception& error) {

@@ -9,8 +9,12 @@
 
 #include "tests/soak/failing_memory.h"
 #include "tests/soak/soak_main.h"
+#include "tests/soak/watchdog.h"
 
 namespace qvtest {
+
+/// Seconds of the processor for a piece of work and what comes before and behind it.
+constexpr unsigned kMostSecondsOfPoint = 60;
 
 class MemoryPoints {
  public:
@@ -43,7 +47,7 @@ class MemoryPoints {
     template <typename Prepare, typename Work, typename Check>
     bool runPoint(const std::string& where, long point, bool fromThenOn, const Prepare& prepare, const Work& work,
                   const Check& check) {
-        soakPlace(where);
+        watch(kMostSecondsOfPoint, where);
         const long before = liveBlocks();
         bool isReached = false;
         {

@@ -251,7 +251,7 @@ def several_images(checks, image):
 def full_disks(checks, every, sizes):
     """A file system of a few pages; needs root and a mount of our own."""
     where = checks.fresh("disk")
-    pages = 4096
+    pages = resource.getpagesize()
     for output, size in zip(every, sizes):
         # Room for one page, which is more than some outputs need; a filler takes it from those.
         mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={4 * pages}", "none", where], check=False,

@@ -1,84 +1,27 @@
 // What has to stay the same when the image changes in a known way.
 //
-// Two kinds. Exact ones: another offset, padding, a window in place of a copy, and, for blank regions, the transposed image
-// give the same bits, or the same coordinates moved. The others, grey levels multiplied or raised, quarter turns and mirror
-// images, change what is sampled and rounded: the same true crossings have to be found within a stated distance, but for a
-// stated share of the cases in which a crossing or a line just passes a threshold, or just does not.
+// Two kinds. Exact ones: padding, a window in place of a copy, and, for blank regions, another offset and the transposed
+// image give the same bits, or the same coordinates moved. The others, another offset for streets, grey levels multiplied or
+// raised, quarter turns and mirror images, change what is sampled and rounded: the same crossings have to be found within a
+// stated distance, but for a stated share of the cases in which a crossing or a line just passes a threshold, or just does
+// not.
 //
 // Prints a table: cases, crossings compared, how many cases found other true crossings, the greatest deviation.
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <functional>
+#include <string>
+#include <vector>
 
-#include "qvstreet/platform/pel_ops.h"
 #include "tests/soak/answers.h"
+#include "tests/soak/property_table.h"
+#include "tests/soak/property_wafers.h"
 #include "tests/soak/soak_main.h"
-#include "tests/soak/watchdog.h"
 #include "tests/support/noise_image.h"
-#include "tests/support/wafer_render.h"
 
 namespace {
 
 using namespace qvtest;
-using Defs = qvStreetFinderDefs;
 using BlankDefs = qvStreetBlankRegionFinderDefs;
-
-constexpr unsigned kMostSeconds = 2;
-
-// --- Scenes.
-
-/// A wafer in an identity frame, with the parameters of somebody who knows it.
-struct Wafer {
-    Scene scene;
-    SceneTruth truth;
-    qvPelBuffer<unsigned char> image;
-    double widthX = 0.0;
-    double widthY = 0.0;
-    Defs::waferType mode = Defs::eEdgePairWafer;
-    Defs::streetPolarity polarity = Defs::eAnyPolarity;
-
-    /// Widths change places where the image was turned.
-    qvStreetFinderParams params(bool turned = false) const {
-        const double x = turned ? widthY : widthX;
-        const double y = turned ? widthX : widthY;
-        return qvStreetFinderParams(qvPair<double>(x, y), qvPair<double>(0.5 * x, 1.5 * x),
-                                    qvPair<double>(0.5 * y, 1.5 * y), mode, 3.0, polarity, 200);
-    }
-};
-
-qvPelBuffer<unsigned char> bufferOf(const GreyImage& grey) {
-    qvPelBuffer<unsigned char> image(grey.width, grey.height);
-    for (long y = 0; y < grey.height; ++y) std::copy_n(grey.row(y), grey.width, image.pointToRow(y));
-    return image;
-}
-
-/// All modes. Square with the right polarity, oblong with any, for a polarity loses streets of an oblong image.
-Wafer drawWafer(Noise& noise, long number) {
-    Wafer wafer;
-    wafer.mode = static_cast<Defs::waferType>(number % 3);
-    const bool square = number % 2 == 0;
-    const bool light = noise.whole(0, 1) == 1;
-    Scene& scene = wafer.scene;
-    scene.width = noise.whole(150, 280);
-    scene.height = square ? scene.width : noise.whole(150, 280);
-    if (square) wafer.polarity = light ? Defs::eLightOnDark : Defs::eDarkOnLight;
-    const double tilt = noise.real(-2.5, 2.5);
-    wafer.widthX = noise.real(12.0, 20.0);
-    wafer.widthY = noise.real(12.0, 20.0);
-    const double streetGrey = light ? noise.real(88.0, 115.0) : noise.real(20.0, 45.0);
-    scene.dieGrey = light ? noise.real(25.0, 50.0) : noise.real(75.0, 110.0);
-    scene.families[0] =
-        centredFamily(tilt, noise.real(65.0, 110.0), 7, noise.real(-30.0, 30.0), wafer.widthY, streetGrey);
-    scene.families[1] =
-        centredFamily(90.0 + tilt, noise.real(65.0, 110.0), 7, noise.real(-30.0, 30.0), wafer.widthX, streetGrey);
-    scene.noiseSigma = noise.real(0.0, 3.0);
-    scene.blurSigma = noise.real(0.5, 1.2);
-    scene.seed = noise.bits();
-    wafer.truth = truthOf(scene);
-    wafer.image = bufferOf(renderScene(scene));
-    return wafer;
-}
 
 template <typename Grey>
 qvPelBuffer<unsigned char> drawn(long width, long height, const Grey& grey) {
@@ -89,29 +32,6 @@ qvPelBuffer<unsigned char> drawn(long width, long height, const Grey& grey) {
 }
 
 // --- Exact properties.
-
-/// What the table says of one property.
-struct Row {
-    const char* name;
-    /// How far apart, in pels, a result may be from the same one in the changed image.
-    double tolerance;
-    /// Share of the cases in which some result may be missing, new, or further off.
-    double allowedShare;
-    long cases = 0;
-    long casesThatDiffer = 0;
-    std::vector<double> deviations = {};
-
-    double share() const {
-        return cases == 0 ? 0.0 : static_cast<double>(casesThatDiffer) / static_cast<double>(cases);
-    }
-    /// The deviation that `part` of them do not exceed.
-    double deviationOf(double part) const {
-        if (deviations.empty()) return 0.0;
-        std::vector<double> sorted = deviations;
-        std::sort(sorted.begin(), sorted.end());
-        return sorted[static_cast<std::size_t>(part * static_cast<double>(sorted.size() - 1))];
-    }
-};
 
 double furthest(const qvVector<2>& a, const qvVector<2>& b) {
     return std::max(std::fabs(a.x() - b.x()), std::fabs(a.y() - b.y()));
@@ -161,7 +81,7 @@ qvStreetFinderParams paramsInPels(const SoakScene& scene) {
 /// The lines that are found do not depend on the offset, nor do the coordinates of what is made of them. The grey levels
 /// along a line do, where the streets are not quite at right angles: the rectangle of a projection is formed from the corners
 /// of the window as if they were, so that it lies off by the offset times the sine of what is missing. So a line may pass
-/// the test on its polarity with one offset and fail it with another.
+/// the test on its polarity with one offset and fail it with another, and scores are not compared.
 void checkOffset(const SoakScene& scene, Noise& noise, Row& row, long most) {
     const qvStreetFinderParams params = paramsInPels(scene);
     Image plain = scene.image;
@@ -382,48 +302,6 @@ void checkMirrored(const Wafer& wafer, const StreetAnswer& before, Noise& noise,
 using SceneCheck = void (*)(const SoakScene&, Noise&, Row&);
 using StripCheck = void (*)(const SoakStrip&, Noise&, Row&);
 using WaferCheck = void (*)(const Wafer&, const StreetAnswer&, Noise&, Row&);
-
-class Table {
- public:
-    explicit Table(const SoakOptions& options) : options_(options) {}
-
-    /// `check` takes the number of a case, its random numbers and the row.
-    template <typename Check>
-    void run(Row row, long cases, const Check& check) {
-        for (long number = 0; number < cases; ++number) {
-            if (!options_.wants(number)) continue;
-            const std::string place =
-                std::string(row.name) + ", seed " + std::to_string(options_.seed) + ", case " + std::to_string(number);
-            watch(kMostSeconds, place);
-            Noise noise(options_.seed * 1000003 + static_cast<std::uint64_t>(number));
-            try {
-                check(number, noise, row);
-            } catch (const std::exception& error) {
-                throw SoakFailure(place + ": " + error.what());
-            }
-            ++row.cases;
-        }
-        stopWatching();
-        std::printf("%-30s %6ld %9zu %10.2g %10.2g %10.2g %6ld, %4.1f %% of %4.1f %%\n", row.name, row.cases,
-                    row.deviations.size(), row.deviationOf(0.99), row.deviationOf(1.0), row.tolerance,
-                    row.casesThatDiffer, 100.0 * row.share(), 100.0 * row.allowedShare);
-        std::fflush(stdout);
-        // A few cases say little of a share.
-        const long allowed =
-            row.allowedShare > 0.0 ? 2 + std::lround(row.allowedShare * static_cast<double>(row.cases)) : 0;
-        soakRequire(row.casesThatDiffer <= allowed, std::string(row.name) + ": too many cases that differ");
-        cases_ += row.cases;
-        compared_ += row.deviations.size();
-    }
-    std::string figures() const {
-        return std::to_string(cases_) + " cases, " + std::to_string(compared_) + " results compared";
-    }
-
- private:
-    SoakOptions options_;
-    long cases_ = 0;
-    std::size_t compared_ = 0;
-};
 
 // Coordinates that went through other sums on the way.
 constexpr double kSameCoordinates = 1e-9;

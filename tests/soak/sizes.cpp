@@ -4,18 +4,16 @@
 // upwards and downwards, at any address, in pages that can only be read, and beside pages that cannot be touched, so that a
 // read one pel too far ends the program.
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <map>
-#include <memory>
-#include <numeric>
+#include <string>
 #include <vector>
 
-#include "qvstreet/platform/pel_ops.h"
 #include "tests/soak/answers.h"
 #include "tests/soak/guard_pages.h"
+#include "tests/soak/laid_pels.h"
 #include "tests/soak/soak_main.h"
 #include "tests/support/noise_image.h"
 
@@ -26,9 +24,8 @@ using Defs = qvStreetFinderDefs;
 using BlankDefs = qvStreetBlankRegionFinderDefs;
 
 constexpr long kMostResults = 20;
+constexpr long kMostRegions = 3;
 
-// What a side of kMarginsOnly pels ends in.
-constexpr const char* kNoInverse = "setImage: 268436225 the matrix has no inverse";
 constexpr long kMostSamples = 32767;
 constexpr const char* kReduction = "setImage: 268435970 a reduction factor must be at most 32767";
 constexpr const char* kEnds = "run: 268435970 a number of samples must be 1 to 32767";
@@ -104,7 +101,7 @@ class Sizes {
         const long longest = along * across >= kManyPels ? kLongestOfMany : kLongestWindow;
         const long length = std::clamp(qfTruncate(share * static_cast<double>(along)), 1L, longest);
         const long street = std::clamp(qfTruncate(share * static_cast<double>(across)), 1L, longest);
-        const qvStreetBlankRegionFinderParams params(street, length, 3, std::vector<double>(256, 1.0),
+        const qvStreetBlankRegionFinderParams params(street, length, kMostRegions, std::vector<double>(256, 1.0),
                                                      vertical ? BlankDefs::eVertical : BlankDefs::eHorizontal);
         const BlankAnswer answer = searchBlankRegions(image, Image(), params);
         ++counts_[answer.refusal];
@@ -112,13 +109,10 @@ class Sizes {
         const bool allowed = answer.refusal.empty() || (answer.refusal == kEnds && along > kMostSamples) ||
                              ((answer.refusal == kNoWindow || answer.refusal == kNoColumn) && !fits);
         require(allowed, image.width(), image.height(), "refused: " + answer.refusal);
-        require(isBestFirst(answer.found.results()), image.width(), image.height(), "regions out of order");
-        for (const qvStreetBlankRegionFinderResult& region : answer.found.results())
-            require(region.blankRect().ul().first >= image.offset().first &&
-                        region.blankRect().ul().second >= image.offset().second &&
-                        region.blankRect().lr().first <= image.offset().first + image.width() &&
-                        region.blankRect().lr().second <= image.offset().second + image.height(),
-                    image.width(), image.height(), "a region beyond the image");
+        const std::string wrong = whatIsWrong(answer.found, kMostRegions);
+        require(wrong.empty(), image.width(), image.height(), wrong);
+        require(areInside(answer.found, image), image.width(), image.height(), "a region beyond the image");
+        results_ += answer.found.numResults();
         return answer;
     }
 
@@ -131,7 +125,7 @@ class Sizes {
         const long height = image.height();
         if (answer.refusal.empty()) {
             require(width != kMarginsOnly && height != kMarginsOnly, width, height, "not refused");
-        } else if (answer.refusal == kNoInverse) {
+        } else if (answer.refusal == kMarginsRefusal) {
             require(width == kMarginsOnly || height == kMarginsOnly, width, height, "refused: " + answer.refusal);
         } else if (answer.refusal == kReduction) {
             require(std::max(width, height) / 256 > kMostSamples, width, height, "refused: " + answer.refusal);
@@ -141,6 +135,7 @@ class Sizes {
         }
         const std::string wrong = whatIsWrong(answer.found, kMostResults);
         require(wrong.empty(), width, height, wrong);
+        results_ += static_cast<long>(answer.found.crossings.size() + answer.found.streets.size());
         return answer;
     }
 
@@ -158,6 +153,8 @@ class Sizes {
 
     long cases() const { return cases_; }
     long layouts() const { return layouts_; }
+    /// Crossings, streets and regions of the sizes.
+    long results() const { return results_; }
     void countLayout() { ++layouts_; }
     const SoakOptions& options() const { return options_; }
 
@@ -175,6 +172,7 @@ class Sizes {
     long number_ = -1;
     long cases_ = 0;
     long layouts_ = 0;
+    long results_ = 0;
     std::map<std::string, long> counts_;
 };
 
@@ -239,46 +237,14 @@ void largeSize(Sizes& sizes) {
 
 // --- More pels than 32 bits count.
 
-/// A few megabytes of pels, mapped again and again one behind the other; they can only be read.
-class RepeatedPels {
- public:
-    RepeatedPels(long rowPels, long rows, long repetitions)
-        : bytes_(rowPels * rows), total_(bytes_ * repetitions), file_(memfd_create("soak_sizes", 0)) {
-        if (file_ < 0 || ftruncate(file_, bytes_) != 0) throw std::runtime_error("no memory file");
-        void* const whole = mmap(nullptr, static_cast<std::size_t>(total_), PROT_NONE,
-                                 MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        if (whole == MAP_FAILED) throw std::runtime_error("no address space");
-        pels_ = static_cast<unsigned char*>(whole);
-        for (long i = 0; i < repetitions; ++i)
-            if (mmap(pels_ + i * bytes_, static_cast<std::size_t>(bytes_), i == 0 ? PROT_READ | PROT_WRITE : PROT_READ,
-                     MAP_SHARED | MAP_FIXED, file_, 0) == MAP_FAILED)
-                throw std::runtime_error("pels cannot be mapped");
-        Noise noise(7);
-        for (long y = 0; y < rows; ++y) paint(pels_ + y * rowPels, rowPels, y, noise);
-        mprotect(pels_, static_cast<std::size_t>(bytes_), PROT_READ);
-    }
-    RepeatedPels(const RepeatedPels&) = delete;
-    RepeatedPels& operator=(const RepeatedPels&) = delete;
-    ~RepeatedPels() {
-        munmap(pels_, static_cast<std::size_t>(total_));
-        close(file_);
-    }
-    const unsigned char* pels() const { return pels_; }
-
- private:
-    long bytes_;
-    long total_;
-    int file_;
-    unsigned char* pels_ = nullptr;
-};
-
 void hugeSizes(Sizes& sizes) {
     if (sizes.options().isShort) return;
     constexpr long kRow = 98304;
     constexpr long kRows = 256;
     constexpr long kTimes = 130;
     constexpr long kHeight = kRows * kTimes;
-    const RepeatedPels memory(kRow, kRows, kTimes);
+    Noise noise(7);
+    const RepeatedPels memory(kRow, kRows, kTimes, [&](unsigned char* row, long y) { paint(row, kRow, y, noise); });
     const auto mustWork = [&](const Image& image, long mode) {
         const StreetAnswer answer = sizes.search(mode, image);
         sizes.require(answer.refusal.empty(), image.width(), image.height(), "refused: " + answer.refusal);
@@ -312,28 +278,6 @@ void hugeSizes(Sizes& sizes) {
 
 // --- Layouts.
 
-/// The same pels `rowUpdate` apart from any address on, amid bytes that belong to no pel.
-class Laid {
- public:
-    Laid(const Image& image, long rowUpdate, long alignment, bool bottomUp, unsigned char around)
-        : bytes_(static_cast<std::size_t>(rowUpdate * image.height() + 192), around) {
-        const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(bytes_.data());
-        unsigned char* const lowest = bytes_.data() + (64 - address % 64) % 64 + alignment;
-        const long last = image.height() - 1;
-        for (long y = 0; y <= last; ++y)
-            std::copy_n(image.pointToRow(y), image.width(), lowest + rowUpdate * (bottomUp ? last - y : y));
-        view_ = Image(lowest + (bottomUp ? rowUpdate * last : 0), image.width(), image.height(),
-                      bottomUp ? -rowUpdate : rowUpdate);
-        view_.offset(image.offset());
-        view_.clientFromImageXform(image.clientFromImageXform());
-    }
-    const Image& view() const { return view_; }
-
- private:
-    std::vector<unsigned char> bytes_;
-    Image view_;
-};
-
 /// `answerTo` of one image in every layout.
 template <typename AnswerTo>
 void everyLayout(Sizes& sizes, const std::string& name, const Image& image, const AnswerTo& answerTo) {
@@ -349,7 +293,7 @@ void everyLayout(Sizes& sizes, const std::string& name, const Image& image, cons
     for (long extra = 0; extra <= 64; extra += isShort ? 7 : 1) rowUpdates.push_back(width + extra);
     for (long pages = 1; pages <= (isShort ? 1 : 3); ++pages) rowUpdates.push_back((width / 4096 + pages) * 4096);
     for (const bool bottomUp : {false, true}) {
-        const std::string direction = bottomUp ? ", downwards" : "";
+        const std::string direction = bottomUp ? ", the last row first" : "";
         for (const long rowUpdate : rowUpdates)
             same(Laid(image, rowUpdate, rowUpdate % 64, bottomUp, rowUpdate % 2 == 0 ? 0 : 255).view(),
                  "rows " + std::to_string(rowUpdate) + " apart" + direction);
@@ -372,7 +316,7 @@ void streetLayouts(Sizes& sizes, const SoakScene& scene) {
 }
 
 void layouts(Sizes& sizes) {
-    // All modes and polarities; every third will do for a look.
+    // All modes and polarities; some of them for a look.
     const std::vector<SoakScene>& scenes = soakScenes();
     for (std::size_t i = 0; i < scenes.size(); i += sizes.options().isShort ? 4 : 1) streetLayouts(sizes, scenes[i]);
     // Rows as long as a page: a closed page at both ends of every row.
@@ -399,7 +343,9 @@ std::string run(const SoakOptions& options) {
     layouts(sizes);
     largeSize(sizes);
     hugeSizes(sizes);
-    return std::to_string(sizes.cases()) + " cases, " + std::to_string(sizes.layouts()) + " layouts" + sizes.refusals();
+    soakRequire(!options.isWhole() || sizes.results() > 0, "nothing was found");
+    return std::to_string(sizes.cases()) + " cases, " + std::to_string(sizes.results()) + " results, " +
+           std::to_string(sizes.layouts()) + " layouts" + sizes.refusals();
 }
 
 }  // namespace

@@ -35,6 +35,9 @@ struct SoakOptions {
     /// Where a program that can writes what it computed.
     std::string output;
 
+    /// Whether all cases run that the form has, so that some of them have to give something.
+    bool isWhole() const { return onlyCase < 0 && cases == 0; }
+
     bool wants(long number) const { return onlyCase < 0 || onlyCase == number; }
 
     /// The number of cases asked for, or that of the form.
@@ -123,8 +126,10 @@ int soakMain(const char* subject, int count, const char* const* arguments, const
         const std::string figures = run(options);
         std::printf("%s: %s: ok\n", subject, figures.c_str());
         return 0;
-    } catch (const std::exception& error) {
+    } catch (const SoakFailure& error) {
         std::printf("%s: FAILED: %s\n", subject, error.what());
+    } catch (const std::exception& error) {
+        std::printf("%s: FAILED: %s in: %s\n", subject, error.what(), soakPlaceText().data());
     }
     return 1;
 }

@@ -11,23 +11,15 @@
 #include <cstdlib>
 #include <string>
 
+#include "tests/soak/sanitized.h"
 #include "tests/soak/soak_main.h"
 
 namespace qvtest {
 
-// Sanitizers make everything ten times as slow.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define QVTEST_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define QVTEST_SANITIZED 1
-#endif
-#endif
-#ifdef QVTEST_SANITIZED
-constexpr unsigned kWatchdogFactor = 10;
-#else
-constexpr unsigned kWatchdogFactor = 1;
-#endif
+/// Seconds of the processor that a case on a small image may take.
+constexpr unsigned kMostSeconds = 2;
+
+constexpr unsigned kWatchdogFactor = kIsSanitized ? 10 : 1;
 
 extern "C" inline void qvtest_soakTookTooLong(int) {
     std::fprintf(stderr, "FAILED: took too long: %s\n", soakPlaceText().data());

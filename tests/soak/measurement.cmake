@@ -1,0 +1,5 @@
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  add_executable(soak_measurement measurement.cpp)
+  target_link_libraries(soak_measurement PRIVATE endtoend_scenes qvstreet_soak_support qvstreet_test_rules)
+  add_test(NAME Soak.Measurement COMMAND soak_measurement --short)
+endif()
