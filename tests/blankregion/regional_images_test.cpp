@@ -387,3 +387,9 @@ TEST(RegionalDeviationImage, DeviationThatIsNoNumberIsStoredAs255) {
     EXPECT_EQ(qf_deviationPel(1e300, 10), 255);
     EXPECT_EQ(qf_deviationPel(0.0999, 10), 0);
 }
+
+TEST(WindowDeviation, EmptyRectangleLiesInEveryWindow) {
+    const Image image = uniform(6, 4, 80);
+    EXPECT_NO_THROW(Window(image, qvPelRect(9, 9, 0, 2), 0.8, 0.2));
+    EXPECT_NO_THROW(Window(image, qvPelRect(-3, 9, 2, 0), 0.8, 0.2));
+}

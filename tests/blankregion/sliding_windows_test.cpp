@@ -190,3 +190,39 @@ TEST(SlidingWindows, DeviationsOfImagesOfManyThousandRowsEqualTheBook) {
     for (const int kind : {0, 5})
         expectDeviationImageByTheBook(imageOf(kind, 45, 9001, noise), 7, 11, 10, 0.8, "high ");
 }
+
+TEST(SlidingWindows, FewDeviationsThatRoundingDecidesAmongManyEqualTheBook) {
+    // Columns 20 to 23 have two levels 17 apart, half the rows each, and so deviate by 8.5: ten times (1.0 - 0.8) of that
+    // is just below 17. All other columns are noise.
+    Noise noise(16);
+    const long S = 130;
+    Image image = imageOf(0, 90, S + 2, noise);
+    for (long y = 0; y < image.height(); ++y)
+        for (long x = 20; x < 24; ++x) image.put(x, y, y % 2 == 0 ? 17 : 0);
+    for (const long L : {1L, 3L, 4L})
+        expectDeviationImageByTheBook(image, L, S, 10, 0.8, "few of " + std::to_string(L) + " ");
+    Image result;
+    computeRegionalDeviationImage(image, 3, S, result, 10, 0.8);
+    EXPECT_EQ(result.get(20, 1), 16);
+    EXPECT_EQ(result.get(21, 1), 16);
+}
+
+TEST(SlidingWindows, HighWindowsThatWrapInTheColumnsAloneEqualTheBook) {
+    // 400 rows, black and white in turn: 200 * 200 * 65025 is above 2^31. Rows of three equal pels have no numerator.
+    Noise noise(17);
+    Image image = imageOf(0, 40, 403, noise);
+    for (long y = 0; y < image.height(); ++y)
+        for (long x = 8; x < 20; ++x) image.put(x, y, y % 2 == 0 ? 255 : 0);
+    expectDeviationImageByTheBook(image, 3, 400, 10, 0.8, "columns ");
+}
+
+TEST(SlidingWindows, ScaleOfZeroOrLessEqualsTheBook) {
+    Noise noise(18);
+    const Image image = imageOf(0, 150, 12, noise);
+    for (const long L : {5L, 140L}) {
+        expectDeviationImageByTheBook(image, L, 4, 0, 0.8, "no scale ");
+        Image result;
+        computeRegionalDeviationImage(image, L, 4, result, 0, 0.8);
+        EXPECT_EQ(result.get(3, 2), 0) << L;
+    }
+}

@@ -106,3 +106,11 @@ TEST(FinalScoreRecords, ResultsAreTheSameWithoutThem) {
         EXPECT_EQ(plain[i].crossing(), run.out[i].crossing());
     }
 }
+
+TEST(FinalScoreRecords, SegmentsOfTheFirstFortyCrossesAreDrawn) {
+    Crosses crosses;
+    for (int i = 0; i < 42; ++i) crosses.push_back(crossAt(6.0 * i, 0.0));
+    const Selected run(crosses, {}, 50);
+    ASSERT_EQ(run.out.size(), 42U);
+    EXPECT_EQ(shapesOf(run.record(), L"Kept").size(), 42U + 40U * 8U);
+}

@@ -352,3 +352,10 @@ TEST(Filter1D, OtherVersionInTheArchiveIsRefused) {
         EXPECT_EQ(0, error.version());
     }
 }
+
+TEST(DiffOfGauss1D, SigmaWhoseWeightsVanishFiltersToZero) {
+    // exp(-1 / (2 * 0.01 * 0.01)) is below every double.
+    const qvPelBuffer_const<double> kernel = Derivative(0.01).kernel();
+    ASSERT_EQ(3, kernel.width());
+    for (long i = 0; i < 3; ++i) EXPECT_EQ(0.0, kernel.get(i, 0)) << i;
+}

@@ -371,3 +371,67 @@ TEST(GaborStage, SpectrumIsOnlyRead) {
     ASSERT_EQ(first.lines.size(), second.lines.size());
     EXPECT_EQ(first.lines[0].p1, second.lines[0].p1);
 }
+
+TEST(GaborStage, ViewsShowTheSearchedResponseAndItsChains) {
+    // A narrow bright ridge at x = 20.5: the real part is strongest in its middle, where the imaginary part passes zero.
+    const qvFrequencyBuffer spectrum = spectrumOf(columns(20, 21));
+    qv_lineFinderRun run = runFor({0.0, 30.0});
+    run.filterFrequencies[1] = 0.2;
+    std::vector<qv_responseView> views(5);
+    Found found;
+    for (const long searched : {eSearchReal, eSearchImaginary, eSearchMagnitude, eSearchMagnitudeFollowReal}) {
+        run.searchedResponse = searched;
+        filterAndExtract(spectrum, run, found.lines, found.counts, &views);
+        ASSERT_EQ(views.size(), 2U) << searched;
+        const qvPelBuffer_const<double>& response = views[0].response;
+        ASSERT_EQ(response.width(), kSide);
+        if (searched == eSearchImaginary) {
+            EXPECT_LT(response.get(20, 32), 10.0);
+        } else {
+            EXPECT_NEAR(response.get(20, 32), 255.0, 0.01) << searched;
+        }
+        ASSERT_GE(views[0].chains.size(), searched == eSearchImaginary ? 2U : 1U) << searched;
+        EXPECT_GT(views[0].chains[0].size(), 50U) << searched;
+    }
+    // The last of them searched the magnitude: one chain, in the middle.
+    ASSERT_EQ(views[0].chains.size(), 1U);
+    EXPECT_NEAR(views[0].chains[0][10].x(), 20.5, 0.01);
+}
+
+TEST(GaborStage, SeedTracerFollowsRidgesInTheResponseAskedForScaledLikeTheSearchedOne) {
+    // A bright ridge, brightest at half its height: seeds are local maxima.
+    const qvPelBuffer<unsigned char> image = columns(31, 34);
+    for (long y = 0; y < kSide; ++y) {
+        const long from = y < 32 ? 32 - y : y - 32;
+        image.put(32, y, static_cast<unsigned char>(240 - from));
+    }
+    const qvFrequencyBuffer spectrum = spectrumOf(image);
+    qv_lineFinderRun run = runFor({0.0});
+    run.runFlags = 0;
+    std::vector<qv_responseView> views;
+    Found found;
+    filterAndExtract(spectrum, run, found.lines, found.counts, &views);
+    ASSERT_EQ(found.lines.size(), 1U);
+    const double magnitude = views[0].response.get(32, 32);
+    EXPECT_NEAR(magnitude, 255.0, 0.01);
+    // Responses have both signs; a seed on a negative pel would be a broken promise.
+    for (const long searched :
+         {eSearchMagnitudeFollowStronger, eSearchMagnitudeFollowImaginary, eSearchMagnitudeFollowReal}) {
+        run.searchedResponse = searched;
+        filterAndExtract(spectrum, run, found.lines, found.counts, &views);
+        EXPECT_EQ(views[0].response.get(32, 32), magnitude) << searched;
+        ASSERT_EQ(found.lines.size(), 1U) << searched;
+        EXPECT_NEAR(found.lines[0].p1.x(), 32.5, 0.1) << searched;
+    }
+    // A dark ridge has a negative real part.
+    for (long y = 0; y < kSide; ++y)
+        for (long x = 31; x < 34; ++x) image.put(x, y, static_cast<unsigned char>(100 - image.get(x, y) / 3));
+    const qvFrequencyBuffer dark = spectrumOf(image);
+    for (const long searched :
+         {eSearchMagnitudeFollowStronger, eSearchMagnitudeFollowImaginary, eSearchMagnitudeFollowReal}) {
+        run.searchedResponse = searched;
+        filterAndExtract(dark, run, found.lines, found.counts, &views);
+        ASSERT_EQ(found.lines.size(), 1U) << searched;
+        EXPECT_NEAR(found.lines[0].p1.x(), 32.5, 0.1) << searched;
+    }
+}

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <vector>
 
 #include "qvstreet/platform/pel_ops.h"
@@ -462,4 +463,57 @@ TEST(LineFinder, UsedScratchGivesWhatAFreshOneGives) {
     expectFresh(upright, other);
     expectFresh(upright, plainRequest(true));
     EXPECT_EQ(2u, results[0].size());
+}
+
+// ---- grey gate ----
+
+namespace {
+
+/// A square of 64 whose one line stands at x = 32.5, brightest at y = 32: seeds are local maxima.
+qv_spectrumState lineAt32(const qvPelBuffer_const<unsigned char>& workImage,
+                          const qvXform<2>& imageFromSample = qvXform<2>()) {
+    const qvPelBuffer<unsigned char> square = columns(64, 31, 34);
+    for (long y = 0; y < 64; ++y) square.put(32, y, static_cast<unsigned char>(kBright + 40 - std::abs(y - 32)));
+    return stateOf(square, workImage, imageFromSample);
+}
+
+/// Lines that the seed tracer finds under a gate.
+std::size_t linesThroughGate(const qv_spectrumState& state, long mode, unsigned char level) {
+    qv_ridgeFinderParams params = plainRequest(false);
+    params.lineGroup.responseSelect = 0;
+    params.lineGroup.grayGateMode = mode;
+    params.lineGroup.grayGateFlag = level;
+    std::vector<std::vector<qvLineFinderResults>> results;
+    runLineFinder(state, params, {qvDegree(90.0)}, results);
+    return results.at(0).size();
+}
+
+}  // namespace
+
+TEST(LineFinder, GateOneLetsLinesBelowTheLevelThroughAndGateTwoThoseAbove) {
+    const qv_spectrumState state = lineAt32(filled(64, 64, 100));
+    EXPECT_EQ(linesThroughGate(state, 0, 100), 1u);
+    EXPECT_EQ(linesThroughGate(state, 1, 100), 0u);
+    EXPECT_EQ(linesThroughGate(state, 1, 101), 1u);
+    EXPECT_EQ(linesThroughGate(state, 2, 100), 0u);
+    EXPECT_EQ(linesThroughGate(state, 2, 99), 1u);
+}
+
+TEST(LineFinder, UnknownGateIsNone) {
+    const qv_spectrumState state = lineAt32(filled(64, 64, 100));
+    EXPECT_EQ(linesThroughGate(state, 3, 100), 1u);
+    EXPECT_EQ(linesThroughGate(state, -1, 100), 1u);
+}
+
+TEST(LineFinder, GateLooksAtTheWorkImage) {
+    // The line lies at 2 * 32.5 + 7 = 72 in the image, which is bright from column 70 on.
+    const qvPelBuffer<unsigned char> image = filled(150, 140, 20);
+    for (long y = 0; y < 140; ++y)
+        for (long x = 70; x < 150; ++x) image.put(x, y, 180);
+    const qvXform<2> imageFromSample(qvMatrix<2>(2.0, 0.0, 0.0, 2.0), qvVector<2>(7.0, 3.0));
+    const qv_spectrumState state = lineAt32(image, imageFromSample);
+    EXPECT_EQ(linesThroughGate(state, 2, 100), 1u);
+    EXPECT_EQ(linesThroughGate(state, 1, 100), 0u);
+    const qv_spectrumState nearer = lineAt32(image, qvXform<2>(imageFromSample.matrix(), qvVector<2>(3.0, 3.0)));
+    EXPECT_EQ(linesThroughGate(nearer, 2, 100), 0u);
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <vector>
 
 namespace {
@@ -234,4 +236,18 @@ TEST(PeakFinder1D, ProfileIsReadFromItsWindow) {
     EXPECT_EQ(1, qvPeakFinder1D(2.0, 1.0, 1.0).findPeaks(whole, peaks));
     EXPECT_EQ(2.0, peaks[0].position);
     EXPECT_EQ(7.0, peaks[0].height);
+}
+
+TEST(PeakFinder1D, NaNIsNeitherAboveNorBelow) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_TRUE(peaksOf({1, 5, nan, 5, nan}).empty());
+    // The walk does not turn at it, and goes on behind it.
+    const std::vector<qvPeak1D> peaks = peaksOf({1, nan, 1, 5, 1});
+    ASSERT_EQ(1U, peaks.size());
+    EXPECT_EQ(3.0, peaks[0].position);
+    EXPECT_EQ(5.0, peaks[0].height);
+    const std::vector<qvPeak1D> behind = peaksOf({1, 3, nan, 2.5, 1});
+    ASSERT_EQ(1U, behind.size());
+    EXPECT_EQ(2.5, behind[0].height);
+    EXPECT_TRUE(std::isnan(behind[0].position));
 }

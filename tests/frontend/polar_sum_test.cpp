@@ -123,3 +123,17 @@ TEST(PolarSum, ARefusedRingLeavesNoTableBehind) {
     EXPECT_EQ(ring.tablesMade(), 0);
     EXPECT_EQ(sumsOf(ring, image, 30, 7, 9), qvtest::slowPolarSums(image, 30, 7, 9));
 }
+
+TEST(PolarSum, AnotherHeightOrDistanceOfRowsHasATableOfItsOwn) {
+    qv_polarSum ring;
+    const auto image = noiseOf(64, 64, 1);
+    const auto higher = noiseOf(64, 70, 2);
+    qvPelBuffer<double> spaced = noiseOf(75, 64, 3);
+    spaced.window(0, 0, 64, 64, false);
+    ASSERT_NE(spaced.rowUpdate(), image.rowUpdate());
+    sumsOf(ring, image, 540, 8, 20);
+    EXPECT_EQ(sumsOf(ring, higher, 540, 8, 20), qvtest::slowPolarSums(higher, 540, 8, 20));
+    EXPECT_EQ(sumsOf(ring, image, 540, 8, 20), qvtest::slowPolarSums(image, 540, 8, 20));
+    EXPECT_EQ(sumsOf(ring, spaced, 540, 8, 20), qvtest::slowPolarSums(spaced, 540, 8, 20));
+    EXPECT_EQ(ring.tablesMade(), 4);
+}

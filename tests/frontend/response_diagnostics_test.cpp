@@ -99,3 +99,24 @@ TEST(ResponseRecords, FilterGivenByFrequenciesHasNoLengths) {
     recordResponses(qv_spectrumState(), qv_ridgeFinderParams(), twoDirections(), {viewOf({})}, {}, {0}, 0, diagObject);
     EXPECT_EQ(textOf(diagObject.diagRecord(0), L"Filter lengths"), L"given by its frequencies");
 }
+
+TEST(ResponseRecords, KindsBeyondTheFourHaveNoLengthsEither) {
+    qv_ridgeFinderParams params;
+    for (const long kind : {1L, 4L, 5L, -1L}) {
+        params.spec.kind = kind;
+        qvDiagObject diagObject;
+        recordResponses(qv_spectrumState(), params, twoDirections(), {viewOf({})}, {}, {0}, 0, diagObject);
+        const bool hasLengths = textOf(diagObject.diagRecord(0), L"Filter lengths") != L"given by its frequencies";
+        EXPECT_EQ(hasLengths, kind == 1 || kind == 4) << kind;
+    }
+}
+
+TEST(ResponseRecords, RidgeOfOnePointIsAPoint) {
+    qvDiagObject diagObject;
+    recordResponses(qv_spectrumState(), qv_ridgeFinderParams(), twoDirections(), {viewOf({chainOf(1, 7.0)})}, {}, {0},
+                    0, diagObject);
+    const auto shapes = shapesOf(diagObject.diagRecord(0), L"Ridges of fewer than 6 points");
+    ASSERT_EQ(shapes.size(), 1U);
+    EXPECT_EQ(shapes[0].p1, Point(0.0, 7.0));
+    EXPECT_EQ(shapes[0].color, qvColor::redColor);
+}

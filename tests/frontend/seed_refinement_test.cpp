@@ -129,6 +129,22 @@ TEST(SeedRefinement, GateIsReadAtTheMappedRefinedSeed) {
     EXPECT_TRUE(refineSeeds(levelRidge(9, 6, 2, 0, 8), peaksAt({{4, 2}}), extraction).empty());
 }
 
+TEST(SeedRefinement, SeedsOnTheGateImagesLowerLimitsPassAndOnItsUpperLimitsDoNot) {
+    const auto image = levelRidge(9, 6, 2, 0, 8);
+    qv_ridgeExtraction extraction = extractionAlong(kRightwards);
+    extraction.grayGateMode = 1;
+    extraction.grayGateFlag = 255;
+    extraction.gateImage = filled<unsigned char>(20, 10, 0);
+    const auto passes = [&](double dx, double dy) {
+        extraction.gateFromSample = qvXform<2>(qvMatrix<2>(), qvVector<2>(dx, dy));
+        return refineSeeds(image, peaksAt({{4, 2}}), extraction).size() == 1;
+    };
+    // The seed is (4, 2.5).
+    EXPECT_TRUE(passes(-4.0, -2.5)) << "at (0, 0)";
+    EXPECT_FALSE(passes(16.0, 0.0)) << "at x 20";
+    EXPECT_FALSE(passes(0.0, 7.5)) << "at y 10";
+}
+
 TEST(SeedRefinement, SeedsOutsideTheGateImageAreDropped) {
     const auto image = levelRidge(9, 6, 2, 0, 8);
     qv_ridgeExtraction extraction = extractionAlong(kRightwards);

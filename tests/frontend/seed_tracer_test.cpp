@@ -197,6 +197,16 @@ TEST(SeedTracer, SeedsOutsideTheImageAreSkipped) {
     EXPECT_TRUE(traced(image, {{-1.0, 4.0}, {20.0, 4.0}, {7.0, -1.0}, {7.0, 9.0}, {1e300, 4.0}, {kNan, kNan}}).empty());
 }
 
+TEST(SeedTracer, SeedsInTheFirstRowAndTheFirstColumnAreTraced) {
+    const auto upright = filled(9, 20, 0.0);
+    for (long y = 0; y <= 12; ++y) upright.put(4, y, 100.0);
+    std::vector<qv_ridgeLine> lines;
+    traceSeeds(upright, {{4.5, 0.75}}, qvDegree(90.0), kHalf, lines);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_GT(lines[0].points.size(), 10u);
+    EXPECT_EQ(traced(levelRidge(20, 9, 4, 0, 12), {{0.75, 4.5}}).size(), 1u);
+}
+
 TEST(SeedTracer, LinesComeInTheOrderOfTheirSeedsBehindEarlierOnes) {
     const auto image = levelRidge(20, 15, 4, 3, 12);
     addRidge(image, 10, 5, 15, 80.0);

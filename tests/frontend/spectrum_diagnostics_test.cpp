@@ -165,6 +165,17 @@ TEST(AngleRecords, ProfileIsTheOneThatThePeaksWereFoundIn) {
     EXPECT_EQ(tableOf(diagObject.diagRecord(0), L"Angles").rows.size(), angles.size());
 }
 
+TEST(AngleRecords, CurvesAreNamed) {
+    qv_spectrumState state;
+    prepareSpectrum(state, stripes(251, 251, 6), qv_spectrumParams());
+    std::vector<qvDegree> angles;
+    std::vector<double> scores;
+    qvDiagObject diagObject;
+    findDominantAngles(state, kEdgeMode, angles, scores, &diagObject);
+    EXPECT_EQ(plotOf(diagObject.diagRecord(0), L"Band-Passed Profile").curves.at(0).name, L"band-passed");
+    EXPECT_EQ(plotOf(diagObject.diagRecord(0), L"Sum over the Ring").curves.at(0).name, L"sum");
+}
+
 TEST(AngleRecords, WithoutARecorderTheAnglesAreTheSame) {
     qv_spectrumState state;
     prepareSpectrum(state, stripes(300, 200, 8), qv_spectrumParams());
@@ -209,4 +220,12 @@ TEST(StreetDirectionRecords, DirectionsRunThroughTheMiddleOfTheImage) {
     EXPECT_NEAR(drawn[0].p2.distance(Point(280.0, 120.0)), 0.0, 1e-9);
     EXPECT_NEAR(drawn[1].p1.distance(Point(240.0, 100.0)), 0.0, 1e-9);
     EXPECT_NEAR(drawn[1].p2.distance(Point(240.0, 140.0)), 0.0, 1e-9);
+}
+
+TEST(StreetDirectionRecords, OneAngleThatIsNeitherDirectionIsTheChosenOne) {
+    // As it stands in the list it may be a half turn away from the direction that was made of it.
+    const Directions one({178.0, 91.0}, {100.0, 49.0}, -2.0, 88.0);
+    EXPECT_EQ(one.use(), (Cells{L"chosen", L"too weak"}));
+    const Directions upright({88.0}, {100.0}, -2.0, 88.0);
+    EXPECT_EQ(upright.use(), (Cells{L"direction 1"}));
 }

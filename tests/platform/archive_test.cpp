@@ -593,3 +593,26 @@ TEST(Instantiator, UnregistersAtItsEndWhicheverEndsFirst) {
     newer.reset();
     EXPECT_EQ(qv_Instantiator::find(typeid(Stranger)), nullptr);
 }
+
+namespace {
+
+/// Marks as a class sees them.
+class OpenMarks : public qvPersistent {
+ public:
+    using qvPersistent::haveVisited;
+    using qvPersistent::setVisited;
+};
+
+}  // namespace
+
+TEST(Archive, NothingIsMarkedWhereNoArchiveIsAtWork) {
+    const OpenMarks object;
+    OpenMarks::setVisited(&object, 5);
+    EXPECT_FALSE(OpenMarks::haveVisited(&object, 5));
+    std::ostringstream stream;
+    qvArchive archive(stream);
+    OpenMarks::setVisited(&object, 5);
+    EXPECT_FALSE(OpenMarks::haveVisited(archive, &object, 5));
+    OpenMarks::setVisited(archive, &object, 5);
+    EXPECT_TRUE(OpenMarks::haveVisited(archive, &object, 5));
+}

@@ -287,6 +287,30 @@ TEST_F(StreetScore, BestComesFirstAndTheRestIsCut) {
     EXPECT_EQ(search(row, 4.0, 1).size(), 1u);
 }
 
+TEST(CaliperPairs, MethodsAreHandedBothEdgesAndTheAskedPositionsTheSmallerOneFirst) {
+    class Handed : public qvCaliperScore {
+     public:
+        Handed() : qvCaliperScore(0.0, 100.0, 100.0, 1.0, 1.0) {}
+        double measure(const qvCaliperFeatures& features) const override {
+            EXPECT_EQ(features.numEdges, 2);
+            EXPECT_EQ(features.askedPositions, (qvPair<double>(-1.5, 4.0)));
+            EXPECT_EQ(features.positions, (qvPair<double>(-5.0, -2.0)));
+            EXPECT_EQ(features.contrasts, (qvPair<double>(50.0, -50.0)));
+            return 1.0;
+        }
+    };
+    Handed handed;
+    const std::vector<int> oneStreet = {0, 0, 50, 50, 50, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    for (const bool isReversed : {false, true}) {
+        qvCaliperRunParams params = isReversed
+                                        ? qvCaliperRunParams(4.0, qvCaliperDefs::eFall, -1.5, qvCaliperDefs::eRise)
+                                        : qvCaliperRunParams(-1.5, qvCaliperDefs::eRise, 4.0, qvCaliperDefs::eFall);
+        params.filterHalfSize(1);
+        params.scoringMethods({&handed});
+        EXPECT_EQ(resultsOfRow(oneStreet, params).size(), 1u) << isReversed;
+    }
+}
+
 TEST(CaliperPairs, ThreeMethodsGiveTheCubeRoot) {
     ConstantScore eighth(0.125);
     ConstantScore one(1.0);

@@ -68,12 +68,33 @@ void expectConcreteClassWithMessage(const std::string& name, long number) {
     }
 }
 
+/// An object that an archive has stored before is not stored again; an equal one elsewhere is.
+template <class Class>
+void expectStoredOnce() {
+    const Class error;
+    const Class other;
+    std::ostringstream once;
+    qvArchive(once) << error << error;
+    EXPECT_EQ(once.str(), storedBytes(error)) << error.what();
+    std::ostringstream twice;
+    qvArchive(twice) << error << other;
+    EXPECT_EQ(twice.str(), storedBytes(error) + storedBytes(other)) << error.what();
+}
+
 int destroyedErrors = 0;
 
 class CountedBadSize : public qvPel::BadSize {
  public:
     using BadSize::BadSize;
     ~CountedBadSize() override { ++destroyedErrors; }
+};
+
+/// What a host derives for itself, without a name or a record of its own.
+class HostError : public qvExceptionWithString {
+ public:
+    explicit HostError(const std::wstring& message) : qvExceptionWithString(message) {}
+    long errorNumber() const override { return 5; }
+    void suicideAndRethrow() override { FAIL(); }
 };
 
 }  // namespace
@@ -210,4 +231,26 @@ TEST(Exceptions, AssertionThrowsItsTextOnlyWhereThePromiseIsBroken) {
     } catch (const qvInvariantFailure& error) {
         EXPECT_EQ(error.message(), L"tile count is 0");
     }
+}
+
+TEST(Exceptions, OneArchiveHoldsAnExceptionOnce) {
+    expectStoredOnce<qvInvariantFailure>();
+    expectStoredOnce<qvArchive::Errors>();
+    expectStoredOnce<qvArchive::UnknownVersion>();
+    expectStoredOnce<qvPel::UnboundWindow>();
+    expectStoredOnce<qvPel::BadSize>();
+    expectStoredOnce<qvPel::SizeMismatch>();
+    expectStoredOnce<qvMatrixErr::Singular>();
+    expectStoredOnce<qvFiltErr::Errors>();
+    expectStoredOnce<qvFiltErr::BadImageSize>();
+    expectStoredOnce<qvFiltErr::BadFilterSize>();
+    expectStoredOnce<qvPeak1dErr::ImageTooSmall>();
+    expectStoredOnce<qvLSLineFitterErr::UnstableErr>();
+}
+
+TEST(Exceptions, ClassThatAHostDerivesHasTheNameOfItsBase) {
+    EXPECT_STREQ(HostError(L"").what(), "qvExceptionWithString");
+    EXPECT_STREQ(HostError(L"r\u00f6d").what(),
+                 "r\xC3\xB6"
+                 "d");
 }

@@ -121,3 +121,21 @@ TEST(FrequencyBuffer, RowsAreAnOddNumberOfCacheLinesApart) {
     EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(spectrum.realRow(1)) % 64);
     EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(spectrum.imaginaryRow(1)) % 64);
 }
+
+TEST(FrequencyBuffer, ElementsAreRefusedOnAllFourSides) {
+    qvFrequencyBuffer spectrum(4, 3);
+    for (const qvPair<long>& place :
+         {qvPair<long>(-1, 1), qvPair<long>(4, 1), qvPair<long>(1, -1), qvPair<long>(1, 3)}) {
+        EXPECT_THROW(spectrum.get(place.first, place.second, false), qvInvariantFailure);
+        EXPECT_THROW(spectrum.put(place.first, place.second, {1.0, 1.0}, true), qvInvariantFailure);
+    }
+    for (const qvPair<long>& place : {qvPair<long>(0, 0), qvPair<long>(3, 0), qvPair<long>(0, 2), qvPair<long>(3, 2)})
+        EXPECT_EQ(spectrum.get(place.first, place.second, true), qvPair<double>(0.0, 0.0));
+}
+
+TEST(FrequencyBuffer, SideThatIsTooLongIsRefusedInEachDirection) {
+    if (sizeof(long) == 4) GTEST_SKIP() << "every side fits";
+    const long tooLong = static_cast<long>(2147483648LL);
+    EXPECT_THROW(qvFrequencyBuffer(tooLong, 1), qvPel::BadSize);
+    EXPECT_THROW(qvFrequencyBuffer(1, tooLong), qvPel::BadSize);
+}

@@ -161,3 +161,16 @@ TEST(Gabor, OnlyOneLobeWithoutSpreadCanBeSet) {
     EXPECT_THROW(filter.set({0.1, 0.1}, {0.0, 0.1}, qvRadian(0.0), 0.2, {4, 4}, 1), qvInvariantFailure);
     EXPECT_THROW(filter.set({0.1, 0.1}, {0.0, 0.0}, qvRadian(0.0), 0.2, {4, 4}, 2), qvInvariantFailure);
 }
+
+TEST(Gabor, PartOfASpectrumOfAnotherSizeIsRefused) {
+    std::vector<double> real(4, 7.0);
+    std::vector<double> imaginary(4, 8.0);
+    const qvFrequencyFilterGabor filter = filterOf(0.1, 0.1, 0.0, 0.2, 20, 10);
+    EXPECT_THROW(filter.applyTo(qvFrequencyBuffer(10, 20), 0, 0, 2, 2, real.data(), imaginary.data(), 2),
+                 qvPel::SizeMismatch);
+    EXPECT_THROW(qvFrequencyFilterGabor().applyTo(qvFrequencyBuffer(), 0, 0, 2, 2, real.data(), imaginary.data(), 2),
+                 qvPel::SizeMismatch);
+    EXPECT_EQ(real[0], 7.0);
+    EXPECT_NO_THROW(filter.applyTo(qvFrequencyBuffer(20, 10), 0, 0, 2, 2, real.data(), imaginary.data(), 2));
+    EXPECT_EQ(real[0], 0.0);
+}

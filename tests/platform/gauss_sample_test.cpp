@@ -110,6 +110,18 @@ TEST(GaussSample, anIncompleteLastBlockIsLeftOutOnDemandUnlessItIsTheOnlyOne) {
     EXPECT_EQ(only.height(), 1);
 }
 
+TEST(GaussSample, theLastTapOfTheLastBlockIsReadWhereTapsFillWholeGroups) {
+    // A block of eight has sixteen taps, from 4 pels before it to 3 behind it; the outermost weigh 0.003959. Column 19 is
+    // the last tap of the second of two blocks, and 255 there makes 1.0095.
+    auto image = imageOf({std::vector<int>(23, 0)});
+    image.put(19, 0, 255);
+    const qvGaussSampleParams cut(Pair(1, 1), Pair(8, 1), 1.0, false);
+    EXPECT_EQ(rowsOf(qfGaussSample(image, cut)), (Rows{{0, 1}}));
+    image.put(19, 0, 0);
+    image.put(20, 0, 255);
+    EXPECT_EQ(rowsOf(qfGaussSample(image, cut)), (Rows{{0, 0}})) << "one pel further";
+}
+
 TEST(GaussSample, withoutSmoothingOnlyThePelsNearestToTheCentreCount) {
     const auto image = imageOf({{1, 20, 3, 4, 50, 6}, {7, 80, 9, 10, 110, 12}});
     // Three columns: the middle one. Two rows: the mean of both.

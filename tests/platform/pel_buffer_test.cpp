@@ -462,3 +462,13 @@ TEST(PelTypes, CountsAndResponsesHaveTheirOwnWidth) {
 }
 
 }  // namespace
+
+TEST(SetSubWindow, RefusesAPlaceBeyondTheWindowInEachDirection) {
+    Image image = numbered(9, 5);
+    image.window(2, 1, 4, 3, false);
+    EXPECT_THROW(qf_SetSubWindow(image, 5, 0, 1, 1), qvPel::BadSize);
+    EXPECT_THROW(qf_SetSubWindow(image, 4, 0, 1, 1), qvPel::BadSize);
+    EXPECT_THROW(qf_SetSubWindow(image, 0, 4, 1, 1), qvPel::BadSize);
+    EXPECT_THROW(qf_SetSubWindow(image, 0, 3, 1, 1), qvPel::BadSize);
+    EXPECT_EQ(image.window(), qvPelRect(2, 1, 4, 3)) << "nothing changed";
+}

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "qvstreet/platform/pel_ops.h"
+#include "qvstreet/platform/sample_grid.h"
 #include "tests/support/longs.h"
 #include "tests/support/noise_image.h"
 #include "tests/support/slow_sampling.h"
@@ -561,3 +562,27 @@ TEST(Sampling, windowOffsetPaddingAndStorageOrderGiveTheSameBits) {
 }
 
 }  // namespace
+
+TEST(SampleGrid, SpanOfTheLongestWalkIsFoundAlsoWhereADifferenceLeavesItsRange) {
+    // 2^30 samples a distance of 2 apart, from -2^30 + 1 on, in 32.32 fixed point: the half from 2^29 on is not below 0.
+    constexpr std::int64_t one = std::int64_t{1} << 32;
+    constexpr long count = 1L << 30;
+    constexpr std::int64_t start = -(std::int64_t{count} * one) + one;
+    const qv_Span right = qf_spanBetween(start, 2 * one, count, 0, (std::int64_t{count} + 2) * one);
+    EXPECT_EQ(right.begin, 1L << 29);
+    EXPECT_EQ(right.end, count);
+    const qv_Span middle = qf_spanBetween(start, 2 * one, count, 0, 10 * one);
+    EXPECT_EQ(middle.begin, 1L << 29);
+    EXPECT_EQ(middle.end, (1L << 29) + 5);
+}
+
+TEST(SampleGrid, SpanRunsBothWays) {
+    // 7, 5, 3, 1, -1, -3.
+    const qv_Span down = qf_spanBetween(7, -2, 6, -1, 5);
+    EXPECT_EQ(down.begin, 1);
+    EXPECT_EQ(down.end, 5);
+    const qv_Span none = qf_spanBetween(7, -2, 6, 8, 20);
+    EXPECT_EQ(none.begin, none.end);
+    const qv_Span between = qf_spanBetween(0, 10, 4, 11, 19);
+    EXPECT_EQ(between.begin, between.end);
+}

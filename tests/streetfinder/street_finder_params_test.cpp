@@ -284,3 +284,8 @@ TEST(StreetFinderParams, MaxResultsBeyond32BitsIsThe32BitLimit) {
     params.maxResults(2147483646L);
     EXPECT_EQ(params.maxResults(), 2147483646L);
 }
+
+TEST(StreetFinderParams, NegativeUpperBoundIsRefusedAlsoBesideANanLowerBound) {
+    expectBothSay(negativeText, Pair(18.0, 30.0), Pair(notANumber, -1.0), Pair(15.0, 45.0));
+    expectBothSay(negativeText, Pair(18.0, 30.0), Pair(9.0, 27.0), Pair(notANumber, -1.0));
+}
