@@ -216,6 +216,18 @@ TEST(SlidingWindows, HighWindowsThatWrapInTheColumnsAloneEqualTheBook) {
     expectDeviationImageByTheBook(image, 3, 400, 10, 0.8, "columns ");
 }
 
+TEST(SlidingWindows, WindowWithOneColumnThatWrapsHasNoNumberAlsoWhereTheOthersOutweighIt) {
+    // 400 rows. A column of black and white in turn: 400 * 200 * 65025 - (200 * 255)^2 = 2601000000 wraps to -1693967296.
+    // One of 0 and 199, whose deviation of 99.5 no rounding can move to 100: 1584040000, of which two outweigh it.
+    Image image(12, 400, 32);
+    for (long y = 0; y < 400; ++y)
+        for (long x = 0; x < 12; ++x) image.put(x, y, y % 2 == 0 ? (x == 7 ? 255 : 199) : 0);
+    expectDeviationImageByTheBook(image, 3, 400, 1, 0.0, "one column ");
+    Image result;
+    computeRegionalDeviationImage(image, 3, 400, result, 1, 0.0);
+    EXPECT_EQ(rowsOf(result), (qvtest::SlowImage{{99, 99, 99, 99, 99, 255, 255, 255, 99, 99}}));
+}
+
 TEST(SlidingWindows, ScaleOfZeroOrLessEqualsTheBook) {
     Noise noise(18);
     const Image image = imageOf(0, 150, 12, noise);
