@@ -31,6 +31,8 @@ constexpr double kSmoothing = 1.5;
 
 // A pair whose score comes this near to the best one's, elsewhere, leaves the choice open.
 constexpr double kAsGood = 0.7;
+// The weaker edge of a street has this share of the other's contrast: one with less is something beside the street.
+constexpr double kLeastContrastRatio = 0.25;
 // Pairs whose edges are both nearer than this are the same.
 constexpr double kSamePels = 2.0;
 // A width off by this share of the likely one halves a pair's score.
@@ -186,6 +188,7 @@ std::vector<Pair> pairsOf(const std::vector<Peak>& peaks, const qv_StreetPredict
             if (std::fabs(middle) > prediction.reach) continue;
             const double weaker = std::min(std::fabs(first.contrast), std::fabs(second.contrast));
             const double stronger = std::max(std::fabs(first.contrast), std::fabs(second.contrast));
+            if (weaker < kLeastContrastRatio * stronger) continue;
             // The two edges of a street are about equally strong; twice as strong costs a third, ten times four fifths.
             const double strength = weaker * 2.0 * weaker / (weaker + stronger);
             pairs.push_back(
