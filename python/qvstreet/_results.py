@@ -98,7 +98,7 @@ class _Measurement:
 class StreetMeasurement(_Measurement):
     """One street, measured on the whole image. What was not measured is NaN, and equal to another NaN of a measurement.
 
-    A deviation is a standard deviation: what repeated images of the same wafer would scatter by.
+    A deviation is a standard deviation of the error: what noise leaves open, and what structures beside the edges may add.
     """
 
     status: MeasureStatus
@@ -157,7 +157,7 @@ def _angle_and_width(angle: str, width: str, street: StreetMeasurement) -> dict[
 class CrossingMeasurement(_Measurement):
     """One crossing, measured on the whole image. What was not measured is NaN, and equal to another NaN of a measurement.
 
-    A deviation is a standard deviation: what repeated images of the same wafer would scatter by.
+    A deviation is a standard deviation of the error: what noise leaves open, and what structures beside the edges may add.
     """
 
     status: MeasureStatus

@@ -19,7 +19,7 @@ constexpr double kSamplesToASide = 246.0;
 
 constexpr double kReachSamples = 2.0;
 constexpr double kReachPels = 2.0;
-// Of broad streets they see the nearer edge as well: this share of the width on top.
+// Of a broad street they may lie nearer one edge: this share of the width on top.
 constexpr double kReachWidths = 0.25;
 // A street whose direction differs by more than this from what the finder says, as a slope, is another one.
 constexpr double kOtherSlope = 0.035;
