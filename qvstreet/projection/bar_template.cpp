@@ -142,8 +142,8 @@ long qv_BarTemplates::stepOfWidth(double pels) {
 }
 
 qv_BarTemplates::Best qv_BarTemplates::best(const qv_EdgeStack& stack) {
-    // Blur and width stand in for each other, so the valley of the misfit lies across both: each blur is judged by the width
-    // that suits it best.
+    // Blur and width stand in for each other, so the valley of the misfit lies across both: each blur is judged by the
+    // width that suits it best.
     const auto widthFor = [&](long sigmaStep) {
         return lowest(kWidths, [&](long step) { return of(sigmaStep, step).misfit(stack); });
     };

@@ -1,6 +1,6 @@
 /// @file
-/// Edge line fit: the one or two parallel lines through the edge points of a street, with their covariance, however many
-/// of the points belong to something else.
+/// Edge line fit: the one or two parallel lines through the edge points of a street, with their covariance, however
+/// many of the points belong to something else.
 #ifndef QVSTREET_PROJECTION_EDGE_LINE_FIT_H
 #define QVSTREET_PROJECTION_EDGE_LINE_FIT_H
 
@@ -56,8 +56,8 @@ bool qf_fitEdgeLines(std::vector<qv_EdgePoint>& points, long edges, long leastUs
 double qf_slopeOf(const qv_EdgeLines& lines, long edges);
 double qf_slopeVarianceOf(const qv_EdgeLines& lines, long edges);
 
-/// Takes in that the street's slope was also measured elsewhere, as `slope` with that variance, independently of its own
-/// points: offsets, slopes and covariance become those of both together.
+/// Takes in that the street's slope was also measured elsewhere, as `slope` with that variance, independently of its
+/// own points: offsets, slopes and covariance become those of both together.
 void qf_takeInSlope(double slope, double variance, long edges, qv_EdgeLines& lines);
 
 #endif

@@ -3,10 +3,10 @@
 // In:  an image seen along a street, a line near one of its edges.
 // Out: for a block of columns the sums of the pels by their distance from the line.
 //
-//      k = 0  . . . . . . . .      A column is a pel wide; the line enters it at its middle. What counts is the distance
-//             . . . . . . . .      of a pel's centre from the line, not the pel's place in the grid: columns are
-//      k = 8 _.-.-.-.-.-.-.-._     gathered by the eighth of a pel in which the line passes, so that nothing is
-//             . . . . . . . .      interpolated and nothing draws what is fitted to them towards the pel grid.
+//      k = 0  . . . . . . . .      A column is a pel wide; the line enters it at its middle. What counts is how
+//             . . . . . . . .      far a pel's centre is from the line, not the pel's place in the grid: columns
+//      k = 8 _.-.-.-.-.-.-.-._     are gathered by the eighth of a pel in which the line passes, so that nothing is
+//             . . . . . . . .      interpolated and nothing draws what is fitted towards the pel grid.
 //      k = 15 . . . . . . . .
 //
 // All sums of pels are whole numbers, so their order does not matter.
@@ -82,8 +82,8 @@ bool qf_gatherEdge(const qv_UvPels& pels, const qv_UvLine& line, long first, lon
 
     block.sums = {};
     block.counts = {};
-    // Position of the line plus half a pel, so that its whole part is the row whose upper border is nearest; in 2^-32 pels,
-    // so that no column is rounded otherwise than its neighbour.
+    // Position of the line plus half a pel, so that its whole part is the row whose upper border is nearest; in 2^-32
+    // pels, so that no column is rounded otherwise than its neighbour.
     std::int64_t position = static_cast<std::int64_t>((begin + 0.5) * kFixedOne);
     const std::int64_t step = static_cast<std::int64_t>(std::floor(line.slope * kFixedOne + 0.5));
     std::int64_t beyondEighths = 0;

@@ -30,11 +30,18 @@ constexpr double kEdgeSigmas = 2.2;
 // contrast, or as near as its inner pels keep.
 constexpr double kLikeEdge = 0.02;
 constexpr double kLikeInner = 2.5;
+// Of the difference of two fits of one stack, in blurs and in the noise of a pel's mean.
+constexpr double kNoiseInDifference = 4.0;
 
 /// Distance beyond the line of a pel, in the middle of an eighth.
 double distanceOf(std::size_t pel, std::size_t phase) {
     const double beyondBorder = (static_cast<double>(phase) + 0.5) / kPhases - 0.5;
     return static_cast<double>(pel) - 0.5 * static_cast<double>(kEdgePels) + 0.5 - beyondBorder;
+}
+
+/// Pels on either side of the line that the edge itself takes, and one of its level.
+std::size_t ownPels(const qv_EdgeTemplate& edge) {
+    return static_cast<std::size_t>(std::clamp(std::ceil(kEdgeSigmas * edge.sigma()) + 1.0, 3.0, 8.0));
 }
 
 /// The grey level of the two pels beside the line.
@@ -150,7 +157,7 @@ void qv_EdgeStack::add(const qv_EdgeSums& block, const qv_EdgeFit& fit) {
     }
 }
 
-qv_EdgeStack::Levels qv_EdgeStack::levels(const qv_EdgeTemplate& edge) const {
+qv_EdgeStack::Levels qv_EdgeStack::levels(const qv_EdgeTemplate& edge, std::size_t reach) const {
     double n = 0.0;
     double e = 0.0;
     double ee = 0.0;
@@ -158,7 +165,7 @@ qv_EdgeStack::Levels qv_EdgeStack::levels(const qv_EdgeTemplate& edge) const {
     double ge = 0.0;
     for (std::size_t q = 0; q < counts_.size(); ++q) {
         if (counts_[q] == 0.0) continue;
-        for (std::size_t k = kHalf - kInner; k < kHalf + kInner; ++k) {
+        for (std::size_t k = kHalf - reach; k < kHalf + reach; ++k) {
             const double value = edge.edge(q, k);
             n += counts_[q];
             e += counts_[q] * value;
@@ -174,7 +181,7 @@ qv_EdgeStack::Levels qv_EdgeStack::levels(const qv_EdgeTemplate& edge) const {
 }
 
 double qv_EdgeStack::misfit(const qv_EdgeTemplate& edge) const {
-    const Levels at = levels(edge);
+    const Levels at = levels(edge, kInner);
     double total = 0.0;
     double count = 0.0;
     for (std::size_t q = 0; q < counts_.size(); ++q) {
@@ -189,7 +196,9 @@ double qv_EdgeStack::misfit(const qv_EdgeTemplate& edge) const {
 }
 
 qv_EdgeStack::Pels qv_EdgeStack::likeEdge(const qv_EdgeTemplate& edge) const {
-    const Levels at = levels(edge);
+    // From the edge itself alone, so that what lies further out does not pull its levels along.
+    const std::size_t own = ownPels(edge);
+    const Levels at = levels(edge, own);
     const auto aside = [&](std::size_t k) {
         double sum = 0.0;
         double count = 0.0;
@@ -204,11 +213,65 @@ qv_EdgeStack::Pels qv_EdgeStack::likeEdge(const qv_EdgeTemplate& edge) const {
     const double eighths =
         static_cast<double>(std::count_if(counts_.begin(), counts_.end(), [](double count) { return count > 0.0; }));
     const double limit = std::max(kLikeEdge, kLikeInner * std::sqrt(misfit(edge) / std::max(eighths, 1.0)));
-    const std::size_t own = static_cast<std::size_t>(std::clamp(std::ceil(kEdgeSigmas * edge.sigma()) + 1.0, 3.0, 8.0));
-    Pels pels{kHalf - own, kHalf + own};
+    Pels pels = nearest(edge);
     while (pels.first > 0 && aside(pels.first - 1) <= limit) --pels.first;
     while (pels.last < kEdgePels && aside(pels.last) <= limit) ++pels.last;
     return pels;
+}
+
+qv_EdgeStack::Pels qv_EdgeStack::nearest(const qv_EdgeTemplate& edge) {
+    const std::size_t own = ownPels(edge);
+    return {kHalf - own, kHalf + own};
+}
+
+bool qv_EdgeStack::offset(const qv_EdgeTemplate& edge, const Pels& pels, double& found) const {
+    std::array<double, 3> sums{};
+    double n = 0.0;
+    double e = 0.0;
+    double s = 0.0;
+    double ee = 0.0;
+    double es = 0.0;
+    double ss = 0.0;
+    for (std::size_t q = 0; q < counts_.size(); ++q) {
+        const double count = counts_[q];
+        if (count == 0.0) continue;
+        for (std::size_t k = pels.first; k < pels.last; ++k) {
+            const double shape = edge.edge(q, k);
+            const double slope = edge.slope(q, k);
+            n += count;
+            e += count * shape;
+            s += count * slope;
+            ee += count * shape * shape;
+            es += count * shape * slope;
+            ss += count * slope * slope;
+            sums[0] += sums_[q][k];
+            sums[1] += sums_[q][k] * shape;
+            sums[2] += sums_[q][k] * slope;
+        }
+    }
+    const double edgeEdge = ee - e * e / n;
+    if (!(edgeEdge > kLeastPivot * n)) return false;
+    const double edgeSlope = es - e * s / n;
+    const double edgeGrey = sums[1] - e * sums[0] / n;
+    const double slopeSlope = ss - s * s / n - edgeSlope * edgeSlope / edgeEdge;
+    if (!(slopeSlope > kLeastPivot * n)) return false;
+    const double slope = (sums[2] - s * sums[0] / n - edgeSlope * edgeGrey / edgeEdge) / slopeSlope;
+    const double contrast = (edgeGrey - edgeSlope * slope) / edgeEdge;
+    if (!(contrast > 0.0)) return false;
+    found = -slope / contrast;
+    return true;
+}
+
+double qv_EdgeStack::shapeDeviation(const qv_EdgeTemplate& edge, const Pels& pels) const {
+    double whole = 0.0;
+    double least = 0.0;
+    if (!offset(edge, pels, whole) || !offset(edge, nearest(edge), least)) return 0.0;
+    // What noise alone makes of the difference.
+    const double eighths =
+        static_cast<double>(std::count_if(counts_.begin(), counts_.end(), [](double count) { return count > 0.0; }));
+    const double noise = kNoiseInDifference * std::sqrt(misfit(edge) / std::max(eighths, 1.0)) * edge.sigma();
+    const double difference = whole - least;
+    return std::sqrt(std::max(0.0, difference * difference - noise * noise));
 }
 
 const qv_EdgeTemplate& qv_EdgeTemplates::of(long step) {

@@ -83,13 +83,22 @@ class qv_EdgeStack {
         std::size_t last;
     };
     Pels likeEdge(const qv_EdgeTemplate& edge) const;
+    /// Those of the edge itself.
+    static Pels nearest(const qv_EdgeTemplate& edge);
+
+    /// What structures beside the edge may do to its offset, pels: by how much the offset of the stack depends on
+    /// whether all of `pels` are fitted or the nearest only, less what noise makes of that.
+    double shapeDeviation(const qv_EdgeTemplate& edge, const Pels& pels) const;
 
  private:
     struct Levels {
         double level = 0.0;
         double contrast = 1.0;
     };
-    Levels levels(const qv_EdgeTemplate& edge) const;
+    /// Of the template that fits best over so many pels on either side.
+    Levels levels(const qv_EdgeTemplate& edge, std::size_t reach) const;
+    /// Offset of the stack from the template, pels; false where the pels do not determine it.
+    bool offset(const qv_EdgeTemplate& edge, const Pels& pels, double& found) const;
 
     std::array<std::array<double, kEdgePels>, kEdgePhases> sums_{};
     std::array<double, kEdgePhases> counts_{};

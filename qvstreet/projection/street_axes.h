@@ -4,8 +4,8 @@
 ///     street nearer the horizontal            street nearer the vertical
 ///     u = x, v = y                            u = y, v = x
 ///
-/// so that a street is a line v = v0 + slope * (u - u0) with a slope of at most 1 in magnitude. (0, 0) is the upper left
-/// corner of the window's upper left pel, whatever the image's offset; the pel (i, k) has its centre at (i + 0.5,
+/// so that a street is a line v = v0 + slope * (u - u0) with a slope of at most 1 in magnitude. (0, 0) is the upper
+/// left corner of the window's upper left pel, whatever the image's offset; the pel (i, k) has its centre at (i + 0.5,
 /// k + 0.5).
 #ifndef QVSTREET_PROJECTION_STREET_AXES_H
 #define QVSTREET_PROJECTION_STREET_AXES_H

@@ -3,8 +3,8 @@
 // In:  the image that streets were found in, the finder's results in client units, what is known of the widths.
 // Out: the same crossings and streets, measured on the whole image, in client units, with standard deviations.
 //
-// The finder's results come from a square of 256 samples: some pels aside in a large image, and tenths of a degree. That is
-// enough to say where to look. Each street is followed once, however many crossings it has; then
+// The finder's results come from a square of 256 samples: some pels aside in a large image, and tenths of a degree.
+// That is enough to say where to look. Each street is followed once, however many crossings it has; then
 //
 //     crossing = where two centre lines meet          centre line = midway between two edges
 //
@@ -27,6 +27,7 @@ constexpr double kBuiltWidthTolerance = 0.35;
 // Around a crossing, this share of the other street's width and so many pels are left out, half on either side.
 constexpr double kCrossingShare = 1.2;
 constexpr double kCrossingPels = 8.0;
+// Streets whose directions' cross product is less do not cross.
 constexpr double kParallel = 1e-6;
 constexpr std::size_t kNoStreet = std::numeric_limits<std::size_t>::max();
 
@@ -60,6 +61,15 @@ Weights widthAt(double fromU0) { return {-1.0, 1.0, -fromU0, fromU0}; }
 /// The whole standard deviation: what the points scatter by, what their shape leaves open, and the least.
 double deviationOf(double variance, double shape = 0.0) {
     return std::sqrt(std::max(0.0, variance) + shape * shape + kLeastLineDeviationPels * kLeastLineDeviationPels);
+}
+
+/// What shape and grid leave open of a centre line, pels along v: structures that both edges share move them to
+/// opposite sides, so their difference counts.
+double centreShapeOf(const qv_StreetTrack& track) {
+    const double first = track.shapeDeviation[0];
+    const double second = track.shapeDeviation[1];
+    const double shared = std::min(first, second);
+    return std::hypot(0.5 * std::hypot(first - shared, second - shared), track.gridDeviation);
 }
 
 /// The point (u, v) of the window's frame in client terms.
@@ -117,7 +127,8 @@ qvStreetLineMeasurement describe(const Frames& frames, const qv_MeasuredTrack& s
     }
     if (!both) return result;
     Access::centre(result) = clientSegment(frames, pels, street.track.extent, centre);
-    Access::centreDeviation(result) = deviationOf(varianceOf(lines, centreAt(fromU0)), grid) * cosine * across;
+    Access::centreDeviation(result) =
+        deviationOf(varianceOf(lines, centreAt(fromU0)), centreShapeOf(street.track)) * cosine * across;
     Access::width(result) = valueOf(lines, widthAt(fromU0)) * cosine * across;
     const double shape = street.track.shapeDeviation[0] + street.track.shapeDeviation[1];
     Access::widthDeviation(result) =
@@ -140,7 +151,7 @@ struct CentreEquation {
     double variance(const qvVector<2>& at) const {
         const double fromU0 = street->pels.exchange(at).x() - street->track.lines.u0;
         const double deviation =
-            deviationOf(varianceOf(street->track.lines, centreAt(fromU0)), street->track.gridDeviation);
+            deviationOf(varianceOf(street->track.lines, centreAt(fromU0)), centreShapeOf(street->track));
         return deviation * deviation;
     }
 };
@@ -227,6 +238,11 @@ struct ToldCrossing {
     bool inWindow = false;
 };
 
+/// Half of what a street takes of another that it crosses, pels along u.
+double crossingHalf(const qv_StreetPrediction& crossing) {
+    return 0.5 * (kCrossingShare * crossing.likelyWidth + kCrossingPels);
+}
+
 /// Where streets of the other direction cross this one, as far as the results tell.
 std::vector<qv_UvRange> crossingsOf(const std::vector<ToldCrossing>& all, const ToldCrossing& one, std::size_t street) {
     std::vector<qv_UvRange> ranges;
@@ -235,8 +251,33 @@ std::vector<qv_UvRange> crossingsOf(const std::vector<ToldCrossing>& all, const 
         if (!other.inWindow || other.pels[street].swapped != one.pels[street].swapped) continue;
         const qv_UvLine& centre = other.prediction[street].centre;
         if (std::fabs(along.centre.at(centre.u0) - centre.v0) > along.likelyWidth + along.reach) continue;
-        const double half = 0.5 * (kCrossingShare * other.prediction[1 - street].likelyWidth + kCrossingPels);
+        const double half = crossingHalf(other.prediction[1 - street]);
         ranges.push_back({centre.u0 - half, centre.u0 + half});
+    }
+    return ranges;
+}
+
+/// A single street as it is told.
+struct ToldStreet {
+    Told told;
+    qv_UvPels pels;
+    qv_StreetPrediction prediction;
+    bool inWindow = false;
+};
+
+/// Where the streets of the other direction cross this one.
+std::vector<qv_UvRange> crossingsOf(const std::vector<ToldStreet>& all, const ToldStreet& one) {
+    std::vector<qv_UvRange> ranges;
+    const qv_UvLine& along = one.prediction.centre;
+    for (const ToldStreet& other : all) {
+        if (!other.inWindow || other.pels.swapped == one.pels.swapped) continue;
+        // Of the other street u and v have changed places: u = at(v).
+        const qv_UvLine& across = other.prediction.centre;
+        const double parallel = 1.0 - across.slope * along.slope;
+        if (!(std::fabs(parallel) > kParallel)) continue;
+        const double u = (across.v0 + across.slope * (along.v0 - along.slope * along.u0 - across.u0)) / parallel;
+        const double half = crossingHalf(other.prediction);
+        ranges.push_back({u - half, u + half});
     }
     return ranges;
 }
@@ -314,22 +355,23 @@ void qf_measureStreets(const qvPelBuffer_const<unsigned char>& image,
     using Access = qv_streetMeasurementAccess;
     if (!image.isBound()) throw qvStreetFinderDefs::UnboundImage(L"Image is unbound.");
     qv_StreetMeasurer measurer(image, params);
-    std::vector<Told> told;
-    std::vector<qv_StreetPrediction> predictions;
-    std::vector<std::size_t> numbers;
+    std::vector<ToldStreet> all;
     for (const qvStreetFinderSingleStreetResult& result : results) {
-        told.push_back(toldOf(result, measurer.frames(), params.streets()));
-        const qv_UvPels pels = measurer.pelsAlong(told.back());
-        qv_StreetPrediction prediction;
-        const bool inWindow = measurer.predict(told.back(), pels, prediction);
-        predictions.push_back(prediction);
-        numbers.push_back(inWindow ? measurer.follow({}, pels, prediction) : kNoStreet);
+        ToldStreet one;
+        one.told = toldOf(result, measurer.frames(), params.streets());
+        one.pels = measurer.pelsAlong(one.told);
+        one.inWindow = measurer.predict(one.told, one.pels, one.prediction);
+        all.push_back(one);
     }
+    std::vector<std::size_t> numbers;
+    for (const ToldStreet& one : all)
+        numbers.push_back(one.inWindow ? measurer.follow(crossingsOf(all, one), one.pels, one.prediction) : kNoStreet);
     measurer.shareDirections();
     std::vector<qvStreetLineMeasurement> list;
-    for (std::size_t i = 0; i < told.size(); ++i) {
+    for (std::size_t i = 0; i < all.size(); ++i) {
         if (numbers[i] != kNoStreet) {
-            list.push_back(describe(measurer.frames(), measurer.best(numbers[i]), told[i], predictions[i].centre.u0));
+            list.push_back(
+                describe(measurer.frames(), measurer.best(numbers[i]), all[i].told, all[i].prediction.centre.u0));
             continue;
         }
         list.emplace_back();

@@ -6,8 +6,9 @@
 ///     qfStreetMeasureCrosses(image, crossings, qvStreetMeasureParams(finder.runParams()), measured);
 ///     if (measured[0].status() == qvStreetMeasureDefs::eMeasured) cutAt(measured[0].crossing());
 ///
-/// Both edges of each street are followed along the whole image, straight lines are fitted to them, and whatever does not
-/// look like the edge (pads, marks, other streets) is left out. What cannot be measured is said to be so, and is NaN.
+/// Both edges of each street are followed along the whole image, straight lines are fitted to them, and whatever does
+/// not look like the edge (pads, marks, other streets) is left out. What cannot be measured is said to be so, and is
+/// NaN.
 #ifndef QVSTREET_PROJECTION_STREET_MEASUREMENT_H
 #define QVSTREET_PROJECTION_STREET_MEASUREMENT_H
 
@@ -99,7 +100,8 @@ class QV_EXPORT qvStreetMeasureParams {
 };
 
 /// One measured street. Positions and lengths in client units, angles in radians of the client frame; values that were
-/// not measured are NaN. A standard deviation is what repeated images of the same wafer would scatter by.
+/// not measured are NaN. A standard deviation is that of the error: what noise leaves open, and what
+/// structures beside the edges, and edges sharper than the pel grid, may add.
 class QV_EXPORT qvStreetLineMeasurement {
  public:
     /// Nothing measured, for no reason.
@@ -125,9 +127,9 @@ class QV_EXPORT qvStreetLineMeasurement {
     /// Standard deviation of its position across the street, where the street was asked for.
     double centreDeviation() const;
 
-    /// The same stretch of the two edges: `index` 0 is the upper one of a street nearer the horizontal and the left one of
-    /// a street nearer the vertical, as seen in the image; 1 the other. NaN for one that was not measured.
-    /// Throws `qvStreetFinderDefs::BadParams` "index must be 0 or 1." for another.
+    /// The same stretch of the two edges: `index` 0 is the upper one of a street nearer the horizontal and the left one
+    /// of a street nearer the vertical, as seen in the image; 1 the other. NaN for one that was not measured. Throws
+    /// `qvStreetFinderDefs::BadParams` "index must be 0 or 1." for another.
     qvLineSeg edge(long index) const;
     /// Standard deviation of its position across the street, where the street was asked for.
     double edgeDeviation(long index) const;
@@ -159,9 +161,9 @@ class QV_EXPORT qvStreetMeasurement {
     /// Nothing measured, for no reason.
     qvStreetMeasurement();
 
-    /// `eMeasured` if both streets were.
+    /// `eMeasured` if both streets were and they cross.
     qvStreetMeasureDefs::measureStatus status() const;
-    /// That of the horizontal street, if it has one, or else that of the vertical one.
+    /// That of the horizontal street, if it has one, or else that of the vertical one, or `eNoCrossing`.
     qvStreetMeasureDefs::measureReason reason() const;
 
     /// Where the two centre lines cross, and its standard deviation in x and in y.
@@ -198,9 +200,11 @@ class QV_EXPORT qvStreetMeasurement {
 };
 
 /// Measures crossings on the image that they were found in. `measured` is replaced: element i belongs to `results[i]`.
-/// The image is not kept. Crossings of one street share its measurement, so many cost little more than one.
+/// The image is not kept. Crossings of one street share its measurement, so many cost little more than
+/// one; but with a reach, and where the optics bend the streets, each crossing is measured for itself.
 /// @param results  of `find`, in any run mode
-/// @throws qvStreetFinderDefs::UnboundImage "Image is unbound."; qvMatrixErr::Singular for a client transform that cannot
+/// @throws qvStreetFinderDefs::UnboundImage "Image is unbound."; qvMatrixErr::Singular for a client transform that
+/// cannot
 ///         be turned round. `measured` is unchanged then.
 QV_EXPORT void qfStreetMeasureCrosses(const qvPelBuffer_const<unsigned char>& image,
                                       const std::vector<qvStreetFinderStreetCrossResult>& results,

@@ -43,8 +43,8 @@ struct qv_MeasuredTrack {
     bool isLocal = false;
 };
 
-/// As the public functions of like name; `tracks`, unless null, gets every street that was followed, in the order of the
-/// results that first asked for it.
+/// As the public functions of like name; `tracks`, unless null, gets every street that was followed, in the order of
+/// the results that first asked for it.
 void qf_measureCrosses(const qvPelBuffer_const<unsigned char>& image,
                        const std::vector<qvStreetFinderStreetCrossResult>& results, const qvStreetMeasureParams& params,
                        std::vector<qvStreetMeasurement>& measured, std::vector<qv_MeasuredTrack>* tracks);

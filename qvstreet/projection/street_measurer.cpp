@@ -3,8 +3,8 @@
 // In:  an image, and one by one the places and directions of streets, good to some pels and tenths of a degree.
 // Out: each street followed along the whole image, or why it could not be.
 //
-// Crossings of one street ask for the same street; whoever comes first has it followed. Streets that run side by side are
-// parallel on a wafer, so in the end each takes in the direction of the others.
+// Crossings of one street ask for the same street; whoever comes first has it followed. Streets that run side by side
+// are parallel on a wafer, so in the end each takes in the direction of the others.
 #include "qvstreet/projection/street_measurer.h"
 
 #include <algorithm>
@@ -27,8 +27,8 @@ constexpr double kOtherSlope = 0.035;
 constexpr double kFarAway = 1e6;
 // Streets of one direction whose slopes scatter by so much more than they should are not parallel.
 constexpr double kFanSigmas = 3.0;
-// A street bends if its points bow aside by so many standard deviations and by so many pels at its ends, or if neighbouring
-// residuals are this much alike and this great.
+// A street bends if its points bow aside by so many standard deviations and by so many pels at its ends, or if
+// neighbouring residuals are this much alike and this great.
 constexpr double kBendSigmas = 4.0;
 constexpr double kBendPels = 0.1;
 // Edges sharper than the grid seem to wave by as much as they are uncertain, this many times.
@@ -37,13 +37,11 @@ constexpr double kWavyLikeness = 0.5;
 constexpr double kWavyPels = 0.1;
 // Of the blocks beyond, the share that has to show a street that was followed over a part only.
 constexpr double kLeastShareBeyond = 0.75;
-// What the widths of a street that was measured may lie outside the range that was asked for, pels: the search for the edges
-// tells them to that.
+// What the widths of a street that was measured may lie outside the range that was asked for, pels: the search for the
+// edges tells them to that.
 constexpr double kWidthSlack = 1.5;
 // The shortest reach, pels, that a bent street is followed over.
 constexpr double kShortestReach = 60.0;
-// A reach that leaves nothing out, client units.
-constexpr double kWholeImage = 1e30;
 
 bool isBent(const qv_StreetTrack& track) {
     const double half = 0.5 * (track.extent.high - track.extent.low);
@@ -121,6 +119,11 @@ qv_StreetMeasurer::qv_StreetMeasurer(const qvPelBuffer_const<unsigned char>& ima
     : image_(image), params_(params), frames_(image) {
     const double side = static_cast<double>(std::max(image.width(), image.height()));
     searchReach_ = kReachSamples * side / kSamplesToASide + kReachPels;
+    const double width = static_cast<double>(image.width());
+    const double height = static_cast<double>(image.height());
+    const double farthest = std::max(frames_.clientVector(qvVector<2>(width, height)).len(),
+                                     frames_.clientVector(qvVector<2>(width, -height)).len());
+    wholeImage_ = params.reach() >= farthest;
 }
 
 qv_UvPels qv_StreetMeasurer::pelsAlong(const qv_ToldStreet& told) const {
@@ -158,7 +161,7 @@ std::size_t qv_StreetMeasurer::follow(const std::vector<qv_UvRange>& crossings, 
 }
 
 void qv_StreetMeasurer::shareDirections() {
-    if (params_.reach() < kWholeImage) return;
+    if (!wholeImage_) return;
     for (const bool swapped : {false, true}) {
         std::vector<qv_MeasuredTrack*> group;
         for (qv_MeasuredTrack& one : streets_)
@@ -174,10 +177,10 @@ const qv_MeasuredTrack& qv_StreetMeasurer::best(std::size_t street) const {
     return same < streets_.size() ? streets_[same] : own;
 }
 
-/// A street that was measured and passes where this one is said to be; the number of streets for none. Streets that were
-/// followed over a part of the image only are each crossing's own.
+/// A street that was measured and passes where this one is said to be; the number of streets for none. Streets that
+/// were followed over a part of the image only are each crossing's own.
 std::size_t qv_StreetMeasurer::known(const qv_UvPels& pels, const qv_StreetPrediction& prediction) const {
-    if (params_.reach() < kWholeImage) return streets_.size();
+    if (!wholeImage_) return streets_.size();
     for (std::size_t i = 0; i < streets_.size(); ++i) {
         const qv_MeasuredTrack& one = streets_[i];
         if (one.reason != Defs::eNoReason || one.isLocal || one.pels.swapped != pels.swapped) continue;

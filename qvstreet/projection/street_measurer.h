@@ -11,8 +11,8 @@
 #include "qvstreet/projection/measurement_frames.h"
 #include "qvstreet/projection/street_measurement_access.h"
 
-/// What an edge of an unusual shape, the pel grid and the grey levels' rounding leave in the position of a line, pels, and in
-/// its slope over the length of the image.
+/// What an edge of an unusual shape, the pel grid and the grey levels' rounding leave in the position of a line, pels,
+/// and in its slope over the length of the image.
 constexpr double kLeastLineDeviationPels = 0.001;
 
 /// A street as the finder tells it, client frame.
@@ -50,8 +50,8 @@ class qv_StreetMeasurer {
     /// Lets parallel streets tell each other their direction, unless the evidence speaks against it.
     void shareDirections();
 
-    /// The street of that number if it was measured, or else one that was and passes at the same place: another crossing
-    /// may have shown it better.
+    /// The street of that number if it was measured, or else one that was and passes at the same place: another
+    /// crossing may have shown it better.
     const qv_MeasuredTrack& best(std::size_t street) const;
 
     /// All that were followed, in order of their numbers; the measurer has none any more.
@@ -64,7 +64,10 @@ class qv_StreetMeasurer {
     const qvPelBuffer_const<unsigned char>& image_;
     const qvStreetMeasureParams& params_;
     qv_MeasurementFrames frames_;
+    /// How far a centre may be from where it is said to be, pels.
     double searchReach_ = 0.0;
+    /// The reach leaves out nothing of the image.
+    bool wholeImage_ = true;
     qv_StreetTemplates templates_;
     std::vector<qv_MeasuredTrack> streets_;
 };

@@ -8,8 +8,8 @@
 //                 <---- start ---->                     the first fit
 //      <-------------- further -------------->          the second, on the line of the first; and so on
 //
-// On the way a wide template is used, which draws an edge in from two pels aside, and a dozen blocks. The last pass takes
-// all blocks, with the blur that the edges themselves show, and is repeated where the lines moved.
+// On the way a wide template is used, which draws an edge in from two pels aside, and a dozen blocks. The last pass
+// takes all blocks, with the blur that the edges themselves show, and is repeated where the lines moved.
 #include "qvstreet/projection/street_track.h"
 
 #include <algorithm>
@@ -32,8 +32,8 @@ constexpr long kLongestOnTheWay = 16;
 constexpr int kRoundsOfOneReach = 4;
 // A fit that moved the lines by less has settled.
 constexpr double kSettledPels = 0.3;
-// The last pass is repeated until the lines move by less: the offset of an edge enters its template by the first derivative
-// alone, which is exact to 0.0005 pels this near.
+// The last pass is repeated until the lines move by less: the offset of an edge enters its template by the first
+// derivative alone, which is exact to 0.0005 pels this near.
 constexpr double kLastSettledPels = 0.1;
 
 // Blocks of the last pass: enough for the fit to tell pads from edges, long enough to be cheap.
@@ -47,22 +47,28 @@ constexpr double kLeastShare = 0.5;
 // Points that scatter wider than this do not say where the edge is.
 constexpr double kSteadyPels = 1.0;
 constexpr int kLastPasses = 3;
-// Of an edge with no blur but the pel's own, which a row of pels shows as one grey level between two others: how far it may
-// be from where the least blurred template puts it.
+constexpr int kRoundsOfDisturbed = 3;
+// Of an edge with no blur but the pel's own, which a row of pels shows as one grey level between two others: how far it
+// may be from where the least blurred template puts it.
 constexpr double kGridDeviationPels = 0.03;
+// The same of edges more blurred than the widest template.
+constexpr double kBlurDeviationPels = 0.1;
 // Whether a street goes on is looked up to so many reaches from the start.
 constexpr double kBeyondReach = 1.5;
-// What remains in an edge's position, pels, of the structures whose nearer pels were left out of its window: towards the
-// street's inside at one edge as at the other, so the street's centre hardly notices.
+// What remains in an edge's position, pels, of the structures whose nearer pels were left out of its window: towards
+// the street's inside at one edge as at the other, where they are alike.
 constexpr double kCutDeviationPels = 0.012;
+// The same of structures that touch the edge itself, so that their blur reaches into it.
+constexpr double kTouchedDeviationPels = 0.1;
 
-// Nearer to the other edge than so many blurs, the street is not level any more; but these pels on the inside are needed.
+// Nearer to the other edge than so many blurs, the street is not level any more; but these pels on the inside are
+// needed.
 constexpr double kOtherEdgeSigmas = 2.0;
 constexpr double kLeastInside = 2.0;
 // Of a street with one edge: its other edge is nowhere near.
 constexpr double kFarPels = 1e3;
-// Streets whose edges are no further apart than this, pels, are followed as a whole: their edges run into each other. With a
-// blur of 1.2 pels at first.
+// Streets whose edges are no further apart than this, pels, are followed as a whole: their edges run into each other.
+// With a blur of 1.2 pels at first.
 constexpr double kWidestBar = 7.0;
 constexpr long kBarBlurStep = 15;
 // Standard deviation of the width of such a street, pels, and what each pel adds that three blurs exceed it by.
@@ -181,6 +187,34 @@ void lookBeyond(qv_EdgeFollower& track, const Course& course, const Windows& win
     result.shareBeyond = track.shareShowing(usual);
 }
 
+/// What the stacked blocks of the edges show of their blur and of what lies beside them.
+struct Shape {
+    long step = 0;
+    std::array<qv_EdgeStack::Pels, 2> pels{};
+    std::array<double, 2> deviation{};
+    bool isDisturbed() const { return deviation[0] > 0.0 || deviation[1] > 0.0; }
+};
+
+Shape shapeOf(const qv_EdgeFollower& track, double width, qv_EdgeTemplates& templates) {
+    const std::array<qv_EdgeStack, 2>& stacks = track.stacks();
+    Shape shape;
+    shape.step = templates.bestStep(stacks);
+    const qv_EdgeTemplate& edge = templates.of(shape.step);
+    for (std::size_t e = 0; e < static_cast<std::size_t>(track.edges()); ++e) {
+        const qv_EdgeStack::Pels like = stacks[e].likeEdge(edge);
+        const qv_EdgeStack::Pels nearest = qv_EdgeStack::nearest(edge);
+        const qv_EdgeWindow window = windowFor(edge, like, e, width);
+        shape.pels[e] = {window.first(), window.last()};
+        const bool cut = window.first() > 0 || window.last() < kEdgePels;
+        const bool touched =
+            (like.first > 0 && like.first >= nearest.first) || (like.last < kEdgePels && like.last <= nearest.last);
+        const double least = touched ? kTouchedDeviationPels : cut ? kCutDeviationPels : 0.0;
+        shape.deviation[e] = std::hypot(least, stacks[e].shapeDeviation(edge, shape.pels[e]));
+    }
+    if (track.edges() == 1) shape.pels[1] = shape.pels[0];
+    return shape;
+}
+
 /// Both edges, or the one, each fitted to its own pels.
 bool trackEdges(qv_EdgeFollower& track, const Course& course, double width, qv_EdgeTemplates& templates,
                 qv_StreetTrack& result) {
@@ -190,16 +224,30 @@ bool trackEdges(qv_EdgeFollower& track, const Course& course, double width, qv_E
     if (!follow(track, course.shortBlocks, wideWindows, course.u0, course.farthest)) return false;
 
     // From here on the templates have the edges' own blur, and leave out what the street carries near them.
-    const std::array<qv_EdgeStack, 2> stacks = track.stacks();
-    const long step = templates.bestStep(stacks);
-    const qv_EdgeTemplate& edge = templates.of(step);
-    const std::array<qv_EdgeWindow, 2> windows{windowFor(edge, stacks[0].likeEdge(edge), 0, width),
-                                               windowFor(edge, stacks[1].likeEdge(edge), 1, width)};
-    result.blur = qv_EdgeTemplates::sigmaOf(step);
-    for (std::size_t e = 0; e < windows.size(); ++e) {
-        const bool cut = windows[e].first() > 0 || windows[e].last() < kEdgePels;
-        result.shapeDeviation[e] = cut ? kCutDeviationPels : 0.0;
+    Shape shape = shapeOf(track, width, templates);
+    if (shape.isDisturbed()) {
+        // What lies beside the edges has drawn the wide template aside: once more with the nearest pels alone.
+        const std::vector<qv_EdgeBlock> some =
+            qf_someWithin(course.shortBlocks, course.u0, course.farthest, kBlocksOnTheWay);
+        for (int round = 0; round < kRoundsOfDisturbed; ++round) {
+            const qv_EdgeTemplate& edge = templates.of(shape.step);
+            const qv_EdgeStack::Pels nearest = qv_EdgeStack::nearest(edge);
+            double moved = 0.0;
+            track.look(
+                some,
+                std::array<qv_EdgeWindow, 2>{windowFor(edge, nearest, 0, width), windowFor(edge, nearest, 1, width)},
+                true);
+            shape = shapeOf(track, width, templates);
+            track.refuseOddOnes();
+            if (!track.fit(3, course.farthest, moved)) return false;
+            if (moved < kLastSettledPels) break;
+        }
     }
+    result.blur = qv_EdgeTemplates::sigmaOf(shape.step);
+    result.shapeDeviation = shape.deviation;
+    const std::array<qv_EdgeWindow, 2> windows{
+        qv_EdgeWindow(templates.of(shape.step), shape.pels[0].first, shape.pels[0].last),
+        qv_EdgeWindow(templates.of(shape.step), shape.pels[1].first, shape.pels[1].last)};
     const bool fitted = fitAll(track, course, windows);
     lookBeyond(track, course, wideWindows, result);
     return fitted;
@@ -276,6 +324,8 @@ qv_StreetTrack qf_trackStreet(const qv_UvPels& pels, const qv_UvLine& centre, co
     result.extent = extentOf(result.points);
     const double drift = std::fabs(track.fitted().slope[0]) * (result.extent.high - result.extent.low);
     if (result.blur <= qv_EdgeTemplates::sigmaOf(0) && drift < 1.0) result.gridDeviation = kGridDeviationPels;
+    if (result.blur >= qv_EdgeTemplates::sigmaOf(qv_EdgeTemplates::kCount - 1))
+        result.gridDeviation = kBlurDeviationPels;
     result.lines = asBar ? edgesAround(track.fitted(), result.barWidth) : track.fitted();
     return result;
 }

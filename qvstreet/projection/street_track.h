@@ -38,11 +38,12 @@ struct qv_StreetTrack {
     /// Of a narrow street, which was followed by its centre line: its width along v, pels; the points are those of the
     /// centre line then, all of edge 0, and `lines.used` and `lines.refused` count them there. 0 for others.
     double barWidth = 0.0;
-    /// Of the blocks beyond the reach, up to half as far again, the share that shows the edges where the lines lead; 1 where the
-    /// reach goes to the image's sides.
+    /// Of the blocks beyond the reach, up to half as far again, the share that shows the edges where the lines lead; 1
+    /// where the reach goes to the image's sides.
     double shareBeyond = 1.0;
-    /// Standard deviation, pels, that edges sharper than the pel grid can show add to the position of each line: level or
-    /// upright streets see one phase of the grid only. 0 for streets that are tilted or blurred enough.
+    /// Standard deviation, pels, that is added to the position of each line where no template has the edges' blur:
+    /// edges sharper than the pel grid can show, of level or upright streets, which see one phase of it only, and edges
+    /// blurred by more than 3 pels. 0 for all others.
     double gridDeviation = 0.0;
     /// Blur of the edges along v, standard deviation in pels.
     double blur = 0.0;

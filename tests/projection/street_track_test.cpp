@@ -149,7 +149,9 @@ TEST(StreetTrack, aRingAlongTheWholeEdgeIsCutOffAndOwnedUpTo) {
         drawn([&ring](long x, long y) { return kStreet.grey(x, y) + ring.grey(x, y); });
     const qv_StreetTrack result = track(alongRows(ringed), toldCentre(200.0, 0.0), toldEdges(0.0));
     expectEdges(result, kStreet, 0.03);
-    EXPECT_EQ(result.shapeDeviation[0], 0.012);
+    // At least what every cut costs, and no more than what a structure that touches the edge does.
+    EXPECT_GE(result.shapeDeviation[0], 0.012);
+    EXPECT_LE(result.shapeDeviation[0], 0.11);
     EXPECT_EQ(result.shapeDeviation[1], 0.0);
 }
 
