@@ -42,31 +42,33 @@ void expectWithin(const MeasurementOutcome& outcome, const MeasurementLimits& li
     EXPECT_LE(outcome.worstAngle(), limits.angle) << name;
 }
 
-TEST(MeasurementEndToEnd, cleanImagesAreWithinAFiftiethOfAPel) {
+/// The rows up to 1024 pels, and of the larger ones those at 1.3 degrees: the others say the same and take long to draw.
+void expectGates(const std::string& groups) {
+    int rows = 0;
     for (const MeasurementGroup& group : measurementGroups()) {
-        if (group.name != "clean" && group.name != "clean, 512") continue;
+        if (group.name.rfind(groups, 0) != 0) continue;
         for (std::size_t i = 0; i < group.scenes.size(); ++i) {
-            if (group.scenes[i].width > 1024) continue;
+            const bool large = group.scenes[i].width > 1024;
+            const bool usual = group.scenes[i].families[0].angleDegrees == 1.3 && group.scenes[i].width <= 2048;
+            if (large && !usual) continue;
             expectWithin(
                 runMeasurement(group.scenes[i], renderScene(group.scenes[i]), qvStreetFinderDefs::eCoarseRidgeWafer),
                 group.gate, group.rowNames[i]);
+            ++rows;
         }
     }
+    EXPECT_GE(rows, 5);
 }
+
+TEST(MeasurementEndToEnd, cleanImagesAreWithinAFiftiethOfAPel) { expectGates("clean"); }
+
+TEST(MeasurementEndToEnd, noisyImagesFullOfPadsAreWithinATenthOfAPel) { expectGates("hard"); }
 
 TEST(MeasurementEndToEnd, aDenseImageKeepsAll221Crossings) {
     const Scene scene = denseMeasurementScene(11);
     const MeasurementOutcome outcome = runMeasurement(scene, renderScene(scene), qvStreetFinderDefs::eCoarseRidgeWafer);
     EXPECT_EQ(outcome.expected, 221);
     expectWithin(outcome, {0.03, 0.1, 0.01}, "dense");
-}
-
-TEST(MeasurementEndToEnd, noisyImagesFullOfPadsAreWithinATenthOfAPel) {
-    for (const double tilt : {1.3, -2.7}) {
-        const Scene scene = hardMeasurementScene(1024, tilt, 5);
-        expectWithin(runMeasurement(scene, renderScene(scene), qvStreetFinderDefs::eCoarseRidgeWafer),
-                     {0.10, 0.30, 0.015}, "hard");
-    }
 }
 
 TEST(MeasurementEndToEnd, takesResultsOfEveryRunMode) {
@@ -109,7 +111,7 @@ TEST(MeasurementEndToEnd, statedDeviationsAreWhatErrorsScatterBy) {
     double angle = 0.0;
     double width = 0.0;
     double count = 0.0;
-    for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+    for (std::uint64_t seed = 1; seed <= 100; ++seed) {
         const Scene scene = randomMeasurementScene(seed);
         for (const CrossingError& error :
              runMeasurement(scene, renderScene(scene), qvStreetFinderDefs::eCoarseRidgeWafer).errors) {
@@ -123,8 +125,8 @@ TEST(MeasurementEndToEnd, statedDeviationsAreWhatErrorsScatterBy) {
     }
     ASSERT_GT(count, 100.0);
     for (const double squares : {crossing, angle, width}) {
-        EXPECT_GT(std::sqrt(squares / count), 0.6);
-        EXPECT_LT(std::sqrt(squares / count), 1.6);
+        EXPECT_GT(std::sqrt(squares / count), 0.7);
+        EXPECT_LT(std::sqrt(squares / count), 1.4);
     }
 }
 
