@@ -65,6 +65,35 @@ TEST_F(Photograph, CountingSlideGivesItsNineCrossingsWithinFourPels) {
     EXPECT_EQ(found["crossings"].size(), 9u);
 }
 
+TEST_F(Photograph, CountingSlideIsMeasuredNearEachCrossingAlthoughTheLensBendsIt) {
+    const json found =
+        runCommand("find --measure '" + folder() +
+                   "/grid_slide_full.png' --mode coarse --width 6 --range-x 3,10 --range-y 3,10 --max 13");
+    const auto byHand = measuredCrossings("grid_slide_full.png");
+    ASSERT_EQ(found["crossings"].size(), 9u);
+    double worst = 0.0;
+    for (const json& crossing : found["crossings"]) {
+        const json& measured = crossing["measured"];
+        ASSERT_EQ(measured["status"], "measured");
+        EXPECT_LT(measured["xDeviation"].get<double>(), 0.1);
+        EXPECT_LT(measured["yDeviation"].get<double>(), 0.1);
+        double nearest = 1e9;
+        for (const auto& [x, y] : byHand)
+            nearest = std::min(nearest, std::hypot(measured["x"].get<double>() - x, measured["y"].get<double>() - y));
+        worst = std::max(worst, nearest);
+    }
+    std::printf("grid_slide_full.png, measured: worst distance %.2f pels from those by hand\n", worst);
+    EXPECT_LE(worst, 1.5);
+}
+
+TEST_F(Photograph, WithoutStreetsNothingIsMeasured) {
+    for (const char* options : {"pcb_board.png' --width 10", "brick.png' --width 7"}) {
+        const json found = runCommand("find --measure --mode coarse --max 10 '" + folder() + "/" + options);
+        for (const json& crossing : found["crossings"])
+            EXPECT_NE(crossing["measured"]["status"], "measured") << options;
+    }
+}
+
 TEST_F(Photograph, OtherPhotographsAreReported) {
     const std::pair<const char*, const char*> runs[] = {
         {"grid_slide_b.png", "--mode coarse --width 4 --range-x 2,8 --range-y 2,8 --max 40"},
