@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "qvstreet/projection/valley_search.h"
+
 namespace {
 
 constexpr double kPhases = static_cast<double>(kEdgePhases);
@@ -42,21 +44,6 @@ bool solve(std::array<std::array<double, N>, N> matrix, std::array<double, N> ri
         unknowns[i] = sum / matrix[i][i];
     }
     return true;
-}
-
-/// The step in [0, count) at which `misfit` has its one valley.
-template <class Misfit>
-long lowest(long count, const Misfit& misfit) {
-    long low = 0;
-    long high = count - 1;
-    while (low < high) {
-        const long middle = (low + high) / 2;
-        if (misfit(middle + 1) < misfit(middle))
-            low = middle + 1;
-        else
-            high = middle;
-    }
-    return low;
 }
 
 }  // namespace
@@ -145,10 +132,10 @@ qv_BarTemplates::Best qv_BarTemplates::best(const qv_EdgeStack& stack) {
     // Blur and width stand in for each other, so the valley of the misfit lies across both: each blur is judged by the
     // width that suits it best.
     const auto widthFor = [&](long sigmaStep) {
-        return lowest(kWidths, [&](long step) { return of(sigmaStep, step).misfit(stack); });
+        return qf_valleyStep(kWidths, [&](long step) { return of(sigmaStep, step).misfit(stack); });
     };
     const long sigmaStep =
-        lowest(qv_EdgeTemplates::kCount, [&](long step) { return of(step, widthFor(step)).misfit(stack); });
+        qf_valleyStep(qv_EdgeTemplates::kCount, [&](long step) { return of(step, widthFor(step)).misfit(stack); });
     const long widthStep = widthFor(sigmaStep);
     const qv_BarTemplate& shape = of(sigmaStep, widthStep);
     if (widthStep == 0 || widthStep == kWidths - 1) return {&shape, shape.width()};

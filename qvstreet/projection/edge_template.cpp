@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "qvstreet/projection/valley_search.h"
+
 namespace {
 
 constexpr double kPhases = static_cast<double>(kEdgePhases);
@@ -42,6 +44,34 @@ double distanceOf(std::size_t pel, std::size_t phase) {
 /// Pels on either side of the line that the edge itself takes, and one of its level.
 std::size_t ownPels(const qv_EdgeTemplate& edge) {
     return static_cast<std::size_t>(std::clamp(std::ceil(kEdgeSigmas * edge.sigma()) + 1.0, 3.0, 8.0));
+}
+
+/// Least squares of level + contrast * edge + slope * (derivative of edge): sums of products over the pels.
+struct Sums {
+    double one = 0.0, edge = 0.0, slope = 0.0, edgeEdge = 0.0, edgeSlope = 0.0, slopeSlope = 0.0;
+    double grey = 0.0, greyEdge = 0.0, greySlope = 0.0;
+};
+
+struct Solution {
+    double level;
+    double contrast;
+    double slope;
+};
+
+/// Eliminates the level first, then the contrast; false where the pels do not determine the three.
+bool solve(const Sums& sums, Solution& solution) {
+    const double n = sums.one;
+    const double edgeEdge = sums.edgeEdge - sums.edge * sums.edge / n;
+    const double edgeSlope = sums.edgeSlope - sums.edge * sums.slope / n;
+    const double edgeGrey = sums.greyEdge - sums.edge * sums.grey / n;
+    if (!(edgeEdge > kLeastPivot * n)) return false;
+    const double slopeSlope = sums.slopeSlope - sums.slope * sums.slope / n - edgeSlope * edgeSlope / edgeEdge;
+    const double slopeGrey = sums.greySlope - sums.slope * sums.grey / n - edgeSlope * edgeGrey / edgeEdge;
+    if (!(slopeSlope > kLeastPivot * n)) return false;
+    solution.slope = slopeGrey / slopeSlope;
+    solution.contrast = (edgeGrey - edgeSlope * solution.slope) / edgeEdge;
+    solution.level = (sums.grey - sums.edge * solution.contrast - sums.slope * solution.slope) / n;
+    return true;
 }
 
 /// The grey level of the two pels beside the line.
@@ -112,36 +142,23 @@ bool qv_EdgeWindow::fit(const qv_EdgeSums& block, qv_EdgeFit& result) const {
             squares[k] += sum * sum * share;
         }
     }
-    double sum = 0.0;
-    double sumEdge = 0.0;
-    double sumSlope = 0.0;
+    Sums sums{total.one, total.edge, total.slope, total.edgeEdge, total.edgeSlope, total.slopeSlope};
     double sumSquares = 0.0;
     for (std::size_t k = first_; k < last_; ++k) {
-        sum += static_cast<double>(grey[k]);
-        sumEdge += static_cast<double>(greyEdge[k]);
-        sumSlope += static_cast<double>(greySlope[k]);
+        sums.grey += static_cast<double>(grey[k]);
+        sums.greyEdge += static_cast<double>(greyEdge[k]);
+        sums.greySlope += static_cast<double>(greySlope[k]);
         sumSquares += static_cast<double>(squares[k]);
     }
+    Solution solution{};
+    if (!solve(sums, solution) || solution.contrast == 0.0) return false;
 
-    // The level is eliminated first, then the contrast.
-    const double n = total.one;
-    const double edgeEdge = total.edgeEdge - total.edge * total.edge / n;
-    const double edgeSlope = total.edgeSlope - total.edge * total.slope / n;
-    const double edgeGrey = sumEdge - total.edge * sum / n;
-    if (!(edgeEdge > kLeastPivot * n)) return false;
-    const double slopeSlope = total.slopeSlope - total.slope * total.slope / n - edgeSlope * edgeSlope / edgeEdge;
-    const double slopeGrey = sumSlope - total.slope * sum / n - edgeSlope * edgeGrey / edgeEdge;
-    if (!(slopeSlope > kLeastPivot * n)) return false;
-    const double slope = slopeGrey / slopeSlope;
-    const double contrast = (edgeGrey - edgeSlope * slope) / edgeEdge;
-    if (contrast == 0.0) return false;
-    const double level = (sum - total.edge * contrast - total.slope * slope) / n;
-
-    result.level = level + static_cast<double>(base);
-    result.contrast = contrast;
-    result.offset = -slope / contrast - block.phaseShift;
-    const double left = sumSquares - level * sum - contrast * sumEdge - slope * sumSlope;
-    result.misfit = std::max(left, 0.0) / n;
+    result.level = solution.level + static_cast<double>(base);
+    result.contrast = solution.contrast;
+    result.offset = -solution.slope / solution.contrast - block.phaseShift;
+    const double left =
+        sumSquares - solution.level * sums.grey - solution.contrast * sums.greyEdge - solution.slope * sums.greySlope;
+    result.misfit = std::max(left, 0.0) / sums.one;
     return true;
 }
 
@@ -225,40 +242,27 @@ qv_EdgeStack::Pels qv_EdgeStack::nearest(const qv_EdgeTemplate& edge) {
 }
 
 bool qv_EdgeStack::offset(const qv_EdgeTemplate& edge, const Pels& pels, double& found) const {
-    std::array<double, 3> sums{};
-    double n = 0.0;
-    double e = 0.0;
-    double s = 0.0;
-    double ee = 0.0;
-    double es = 0.0;
-    double ss = 0.0;
+    Sums sums;
     for (std::size_t q = 0; q < counts_.size(); ++q) {
         const double count = counts_[q];
         if (count == 0.0) continue;
         for (std::size_t k = pels.first; k < pels.last; ++k) {
             const double shape = edge.edge(q, k);
             const double slope = edge.slope(q, k);
-            n += count;
-            e += count * shape;
-            s += count * slope;
-            ee += count * shape * shape;
-            es += count * shape * slope;
-            ss += count * slope * slope;
-            sums[0] += sums_[q][k];
-            sums[1] += sums_[q][k] * shape;
-            sums[2] += sums_[q][k] * slope;
+            sums.one += count;
+            sums.edge += count * shape;
+            sums.slope += count * slope;
+            sums.edgeEdge += count * shape * shape;
+            sums.edgeSlope += count * shape * slope;
+            sums.slopeSlope += count * slope * slope;
+            sums.grey += sums_[q][k];
+            sums.greyEdge += sums_[q][k] * shape;
+            sums.greySlope += sums_[q][k] * slope;
         }
     }
-    const double edgeEdge = ee - e * e / n;
-    if (!(edgeEdge > kLeastPivot * n)) return false;
-    const double edgeSlope = es - e * s / n;
-    const double edgeGrey = sums[1] - e * sums[0] / n;
-    const double slopeSlope = ss - s * s / n - edgeSlope * edgeSlope / edgeEdge;
-    if (!(slopeSlope > kLeastPivot * n)) return false;
-    const double slope = (sums[2] - s * sums[0] / n - edgeSlope * edgeGrey / edgeEdge) / slopeSlope;
-    const double contrast = (edgeGrey - edgeSlope * slope) / edgeEdge;
-    if (!(contrast > 0.0)) return false;
-    found = -slope / contrast;
+    Solution solution{};
+    if (!solve(sums, solution) || !(solution.contrast > 0.0)) return false;
+    found = -solution.slope / solution.contrast;
     return true;
 }
 
@@ -282,15 +286,5 @@ const qv_EdgeTemplate& qv_EdgeTemplates::of(long step) {
 
 long qv_EdgeTemplates::bestStep(const std::array<qv_EdgeStack, 2>& stacks) {
     const auto misfit = [&](long step) { return stacks[0].misfit(of(step)) + stacks[1].misfit(of(step)); };
-    // The misfit has one valley: halve the steps that are left.
-    long low = 0;
-    long high = kCount - 1;
-    while (low < high) {
-        const long middle = (low + high) / 2;
-        if (misfit(middle + 1) < misfit(middle))
-            low = middle + 1;
-        else
-            high = middle;
-    }
-    return low;
+    return qf_valleyStep(kCount, misfit);
 }
