@@ -8,19 +8,22 @@
 #     ./scripts/fuzz.sh --minutes 1 png tiff     these, a minute each
 #     ./scripts/fuzz.sh --build FOLDER ...       in another build folder than build/fuzz
 #     ./scripts/fuzz.sh --built ...              the programs as they stand there
+#     ./scripts/fuzz.sh --go-on ...              the minutes of earlier runs count
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 minutes=20
 build=build/fuzz
 built=false
+go_on=false
 targets=()
 while [ $# -gt 0 ]; do
     case "$1" in
         --minutes) minutes=$2; shift 2 ;;
         --build) build=$2; shift 2 ;;
         --built) built=true; shift ;;
-        -*) echo "usage: scripts/fuzz.sh [--minutes N] [--build FOLDER] [--built] [TARGET...]" >&2; exit 2 ;;
+        --go-on) go_on=true; shift ;;
+        -*) echo "usage: scripts/fuzz.sh [--minutes N] [--build FOLDER] [--built] [--go-on] [TARGET...]" >&2; exit 2 ;;
         *) targets+=("$1"); shift ;;
     esac
 done
@@ -46,7 +49,9 @@ longest() {
 run() {
     local target=$1 learned=$build/learned/$1 findings=$build/findings/$1 log=$build/$1.log
     local cpu=0 executions=0 edges=0 status=0 slice
+    local spent=$build/$1.spent
     mkdir -p "$learned" "$findings"
+    if $go_on && [ -f "$spent" ]; then read -r cpu executions <"$spent"; fi
     while [ $status -eq 0 ] && [ "$(awk "BEGIN { print ($cpu < $minutes * 60) }")" = 1 ]; do
         slice=$(awk "BEGIN { left = int($minutes * 60 - $cpu) + 1; print (left > 300 ? 300 : left < 30 ? 30 : left) }")
         TIMEFORMAT='%U %S'
@@ -55,6 +60,7 @@ run() {
             >"$log" 2>&1; } 2>"$log.time" || status=$?
         cpu=$(awk -v before="$cpu" '{ print before + $1 + $2 }' <(tail -1 "$log.time"))
         executions=$((executions + $(awk '/stat::number_of_executed_units/ { n = $2 } END { print n + 0 }' "$log")))
+        echo "$cpu $executions" >"$spent"
         edges=$(grep -o 'cov: [0-9]*' "$log" | tail -1 | cut -d' ' -f2 || true)
     done
     printf '%-14s %10d executions %7s edges %7.1f CPU minutes   %s\n' "$target" "$executions" "${edges:-?}" \
