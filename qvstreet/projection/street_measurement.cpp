@@ -230,13 +230,27 @@ Told toldOf(const qvStreetFinderSingleStreetResult& result, const Frames& frames
     return told;
 }
 
-/// A crossing as it is told, in the pels of both its streets.
-struct ToldCrossing {
-    std::array<Told, 2> told;
-    std::array<qv_UvPels, 2> pels;
-    std::array<qv_StreetPrediction, 2> prediction;
+/// A street as it is told, in client units and in the pels of the window.
+struct ToldStreet {
+    Told told;
+    qv_UvPels pels;
+    qv_StreetPrediction prediction;
     bool inWindow = false;
 };
+
+/// The two streets of a crossing.
+struct ToldCrossing {
+    std::array<ToldStreet, 2> streets;
+    bool inWindow() const { return streets[0].inWindow && streets[1].inWindow; }
+};
+
+ToldStreet inPels(const qv_StreetMeasurer& measurer, const Told& told) {
+    ToldStreet street;
+    street.told = told;
+    street.pels = measurer.pelsAlong(told);
+    street.inWindow = measurer.predict(told, street.pels, street.prediction);
+    return street;
+}
 
 /// Half of what a street takes of another that it crosses, pels along u.
 double crossingHalf(const qv_StreetPrediction& crossing) {
@@ -246,24 +260,18 @@ double crossingHalf(const qv_StreetPrediction& crossing) {
 /// Where streets of the other direction cross this one, as far as the results tell.
 std::vector<qv_UvRange> crossingsOf(const std::vector<ToldCrossing>& all, const ToldCrossing& one, std::size_t street) {
     std::vector<qv_UvRange> ranges;
-    const qv_StreetPrediction& along = one.prediction[street];
+    const ToldStreet& own = one.streets[street];
     for (const ToldCrossing& other : all) {
-        if (!other.inWindow || other.pels[street].swapped != one.pels[street].swapped) continue;
-        const qv_UvLine& centre = other.prediction[street].centre;
-        if (std::fabs(along.centre.at(centre.u0) - centre.v0) > along.likelyWidth + along.reach) continue;
-        const double half = crossingHalf(other.prediction[1 - street]);
+        const ToldStreet& same = other.streets[street];
+        if (!other.inWindow() || same.pels.swapped != own.pels.swapped) continue;
+        const qv_UvLine& centre = same.prediction.centre;
+        const double aside = std::fabs(own.prediction.centre.at(centre.u0) - centre.v0);
+        if (aside > own.prediction.likelyWidth + own.prediction.reach) continue;
+        const double half = crossingHalf(other.streets[1 - street].prediction);
         ranges.push_back({centre.u0 - half, centre.u0 + half});
     }
     return ranges;
 }
-
-/// A single street as it is told.
-struct ToldStreet {
-    Told told;
-    qv_UvPels pels;
-    qv_StreetPrediction prediction;
-    bool inWindow = false;
-};
 
 /// Where the streets of the other direction cross this one.
 std::vector<qv_UvRange> crossingsOf(const std::vector<ToldStreet>& all, const ToldStreet& one) {
@@ -302,35 +310,30 @@ void qf_measureCrosses(const qvPelBuffer_const<unsigned char>& image,
     qv_StreetMeasurer measurer(image, params);
     std::vector<ToldCrossing> all;
     for (const qvStreetFinderStreetCrossResult& result : results) {
-        ToldCrossing crossing;
-        crossing.inWindow = true;
-        for (std::size_t s = 0; s < 2; ++s) {
-            crossing.told[s] = toldOf(result, params.streets(), s == 0 ? Direction::horizontal : Direction::vertical);
-            crossing.pels[s] = measurer.pelsAlong(crossing.told[s]);
-            if (!measurer.predict(crossing.told[s], crossing.pels[s], crossing.prediction[s]))
-                crossing.inWindow = false;
-        }
+        const ToldCrossing crossing{{inPels(measurer, toldOf(result, params.streets(), Direction::horizontal)),
+                                     inPels(measurer, toldOf(result, params.streets(), Direction::vertical))}};
         all.push_back(crossing);
     }
     // First every street, from whichever of its crossings shows it; then what each crossing says.
     std::vector<std::array<std::size_t, 2>> streets;
     for (const ToldCrossing& one : all) {
         std::array<std::size_t, 2> numbers{};
-        for (std::size_t s = 0; s < 2 && one.inWindow; ++s)
-            numbers[s] = measurer.follow(crossingsOf(all, one, s), one.pels[s], one.prediction[s]);
+        for (std::size_t s = 0; s < 2 && one.inWindow(); ++s)
+            numbers[s] = measurer.follow(crossingsOf(all, one, s), one.streets[s].pels, one.streets[s].prediction);
         streets.push_back(numbers);
     }
     measurer.shareDirections();
     std::vector<qvStreetMeasurement> list;
     for (std::size_t i = 0; i < all.size(); ++i) {
         qvStreetMeasurement result;
-        if (all[i].inWindow) {
+        if (all[i].inWindow()) {
+            const std::array<ToldStreet, 2>& told = all[i].streets;
             const qv_MeasuredTrack& horizontal = measurer.best(streets[i][0]);
             const qv_MeasuredTrack& vertical = measurer.best(streets[i][1]);
             Access::horizontal(result) =
-                describe(measurer.frames(), horizontal, all[i].told[0], all[i].prediction[0].centre.u0);
+                describe(measurer.frames(), horizontal, told[0].told, told[0].prediction.centre.u0);
             Access::vertical(result) =
-                describe(measurer.frames(), vertical, all[i].told[1], all[i].prediction[1].centre.u0);
+                describe(measurer.frames(), vertical, told[1].told, told[1].prediction.centre.u0);
             summarise(result);
             const bool both = result.status() == Defs::eMeasured;
             if (both && !cross(measurer.frames(), horizontal, vertical, result)) {
@@ -356,13 +359,8 @@ void qf_measureStreets(const qvPelBuffer_const<unsigned char>& image,
     if (!image.isBound()) throw qvStreetFinderDefs::UnboundImage(L"Image is unbound.");
     qv_StreetMeasurer measurer(image, params);
     std::vector<ToldStreet> all;
-    for (const qvStreetFinderSingleStreetResult& result : results) {
-        ToldStreet one;
-        one.told = toldOf(result, measurer.frames(), params.streets());
-        one.pels = measurer.pelsAlong(one.told);
-        one.inWindow = measurer.predict(one.told, one.pels, one.prediction);
-        all.push_back(one);
-    }
+    for (const qvStreetFinderSingleStreetResult& result : results)
+        all.push_back(inPels(measurer, toldOf(result, measurer.frames(), params.streets())));
     std::vector<std::size_t> numbers;
     for (const ToldStreet& one : all)
         numbers.push_back(one.inWindow ? measurer.follow(crossingsOf(all, one), one.pels, one.prediction) : kNoStreet);
