@@ -119,14 +119,20 @@ TEST(EdgeLineFit, pointsRefusedBeforehandStayRefused) {
     EXPECT_TRUE(points[1].used);
 }
 
-TEST(EdgeLineFit, twoSlopesRemainTwoWhereThePointsSaySo) {
+/// Two edges of these slopes, 25 pels apart at u = 0, whose points lie 0.05 pels beside them, alternately on either side.
+Points twentyBlocks(double slope0, double slope1) {
     Points points;
     for (std::int32_t i = 0; i < 20; ++i) {
         const double u = 10.0 * i;
         const double residual = i % 2 == 0 ? 0.05 : -0.05;
-        points.push_back(pointAt(u, 5.0 + 0.010 * u + residual, 0, i));
-        points.push_back(pointAt(u, 30.0 + 0.014 * u - residual, 1, i));
+        points.push_back(pointAt(u, 5.0 + slope0 * u + residual, 0, i));
+        points.push_back(pointAt(u, 30.0 + slope1 * u - residual, 1, i));
     }
+    return points;
+}
+
+TEST(EdgeLineFit, twoSlopesRemainTwoWhereThePointsSaySo) {
+    Points points = twentyBlocks(0.010, 0.014);
     qv_EdgeLines lines;
     ASSERT_TRUE(qf_fitEdgeLines(points, 2, 6, lines));
     EXPECT_FALSE(lines.parallel);
@@ -137,13 +143,7 @@ TEST(EdgeLineFit, twoSlopesRemainTwoWhereThePointsSaySo) {
 }
 
 TEST(EdgeLineFit, slopesThatScatterAloneTellsApartAreOne) {
-    Points points;
-    for (std::int32_t i = 0; i < 20; ++i) {
-        const double u = 10.0 * i;
-        const double residual = i % 2 == 0 ? 0.05 : -0.05;
-        points.push_back(pointAt(u, 5.0 + 0.0100 * u + residual, 0, i));
-        points.push_back(pointAt(u, 30.0 + 0.0103 * u - residual, 1, i));
-    }
+    Points points = twentyBlocks(0.0100, 0.0103);
     qv_EdgeLines lines;
     ASSERT_TRUE(qf_fitEdgeLines(points, 2, 6, lines));
     EXPECT_TRUE(lines.parallel);
