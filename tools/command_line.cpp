@@ -242,8 +242,8 @@ std::size_t lettersBetween(std::string_view a, std::string_view b) {
     return row.back();
 }
 
-/// The option that is meant by a word that is none: the nearest one of those that differ by two letters at most, so that
-/// two exchanged letters count, or the only one that begins so. Empty where there is none.
+/// The option that is meant by a word that is none: the nearest one of those that differ by two letters at most, so
+/// that two exchanged letters count, or the only one that begins so. Empty where there is none.
 std::string nearestOption(Subcommand subcommand, const std::string& argument) {
     constexpr std::size_t kMostLetters = 2;
     const std::string_view word = std::string_view(argument).substr(0, argument.find('='));

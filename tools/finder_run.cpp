@@ -20,6 +20,8 @@ namespace {
 // The finder counts the samples of a side in 16 bits with a sign. Beyond twice that the count would wrap to a small
 // one, and an image full of streets would seem to have none.
 constexpr long kMaxSearchedSide = 32767;
+// Samples of a caliper of `ridge` mode for each unit of the nominal width.
+constexpr long kRidgeSamplesPerUnit = 24;
 
 qvStreetFinderDefs::waferType runModeOf(Mode mode) {
     switch (mode) {
@@ -158,6 +160,19 @@ std::string sizeNote(const GreyImage& image) {
            " pels; allowed are sides of up to about " + std::to_string(kMaxSearchedSide) + ")";
 }
 
+/// What to do about a number of samples that the finder does not take: one too large for its 16 bits, or none at all.
+std::string badSizeNote(const CommandOptions& options, const GreyImage& image) {
+    if (options.mode == Mode::ridge &&
+        kRidgeSamplesPerUnit * std::max(options.widthX, options.widthY) > kMaxSearchedSide)
+        return "; --mode ridge wants " + std::to_string(kRidgeSamplesPerUnit) + " times --width below " +
+               std::to_string(kMaxSearchedSide + 1);
+    // However turned, an image is less than twice as long as its longer side.
+    if (std::max(image.width, image.height) > kMaxSearchedSide / 2) return sizeNote(image);
+    return "; streets along a diagonal of the image, or two directions nearly alike, leave no rectangle for their "
+           "profile (the image has " +
+           std::to_string(image.width) + " x " + std::to_string(image.height) + " pels); try another crop";
+}
+
 }  // namespace
 
 qvStreetFinderParams finderParams(const CommandOptions& options) {
@@ -190,9 +205,7 @@ void runOrRefuse(const CommandOptions& options, const GreyImage& image, const st
     } catch (const qvStreetFinderDefs::BadParams& error) {
         throw Refusal(withOption(options, error.what()));
     } catch (const qvPel::BadSize& error) {
-        const std::string ridgeNote =
-            options.mode == Mode::ridge ? "; --mode ridge also wants 24 times --width below 32768" : "";
-        throw Refusal(std::string("was refused by the finder: ") + error.what() + sizeNote(image) + ridgeNote);
+        throw Refusal(std::string("was refused by the finder: ") + error.what() + badSizeNote(options, image));
     } catch (const qvMatrixErr::Singular& error) {
         // A margin of 5 pels is taken off each length before it is sampled: 5 pels leave none.
         const bool isSize = image.width == 5 || image.height == 5;

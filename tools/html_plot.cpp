@@ -1,6 +1,6 @@
 // Plots as inline SVG. In: curves and marks in the units of their axes, any range. Out: a figure in a box of fixed user
-// units that the page scales to its width. Colours come from the records, which know nothing of paper: what would be too
-// light on white is darkened, and curves differ by their dashes too.
+// units that the page scales to its width. Colours come from the records, which know nothing of paper: what would be
+// too light on white is darkened, and curves differ by their dashes too.
 #include "tools/html_plot.h"
 
 #include "qvstreet/platform/text.h"

@@ -1,6 +1,6 @@
 // In `edge` mode a street is two parallel lines a street's width apart. Only pairs that pass every test are counted by
-// the search; here the ones that failed are looked at again, so that a page can tell a wrong width from a wrong polarity
-// and from edges that the overlap test refuses.
+// the search; here the ones that failed are looked at again, so that a page can tell a wrong width from a wrong
+// polarity and from edges that the overlap test refuses.
 #include "qvstreet/candidates/pair_test.h"
 #include "qvstreet/platform/diagnostic_cells.h"
 #include "qvstreet/streetfinder/candidate_search.h"

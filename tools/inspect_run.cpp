@@ -1,5 +1,5 @@
-// An inspection and its page. The results are drawn as the pictures draw them, but sorted into layers, so that each kind
-// can be looked at alone.
+// An inspection and its page. The results are drawn as the pictures draw them, but sorted into layers, so that each
+// kind can be looked at alone.
 #include "qvstreet/platform/text.h"
 #include "qvstreet/projection/street_measurement_records.h"
 #include "qvstreet/streetfinder/street_finder_access.h"

@@ -45,8 +45,8 @@ std::vector<std::string> findingsOf(const qvDiagObject& records);
 /// The first stage of the way to crossings that had nothing to hand on, in a sentence; empty if the records show none.
 std::string firstFailure(const qvDiagObject& records);
 
-/// What a user should know beside the verdict, a sentence each: crossings that can hardly be those of streets, a width that
-/// the mode cannot see, more results than were let through.
+/// What a user should know beside the verdict, a sentence each: crossings that can hardly be those of streets, a width
+/// that the mode cannot see, more results than were let through.
 std::vector<std::string> remarksOf(const CommandOptions& options, const Inspection& inspection);
 
 /// Whether a crossing lies inside the image: streets of nearly the same direction meet far outside.
@@ -59,8 +59,8 @@ void recordPairsOfAnyPolarity(const CommandOptions& options, const qvStreetFinde
 /// The label of that text; direction 0 or 1.
 std::wstring pairsOfAnyPolarityLabel(std::size_t direction);
 
-/// In `edge` mode, adds to the record of the candidates how many pairs of lines are as far apart as the edges of a street
-/// and were refused nevertheless, and why: nothing where there are none.
+/// In `edge` mode, adds to the record of the candidates how many pairs of lines are as far apart as the edges of a
+/// street and were refused nevertheless, and why: nothing where there are none.
 void recordRefusedPairs(const CommandOptions& options, const qvStreetFinder& finder, qvDiagObject& records);
 
 /// The label of that text; direction 0 or 1.

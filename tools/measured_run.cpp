@@ -52,6 +52,7 @@ MeasuredStreet streetOf(const qvStreetLineMeasurement& measured) {
     street.centre = segmentOf(measured.centre());
     street.centreDeviation = measured.centreDeviation();
     street.edges = {segmentOf(measured.edge(0)), segmentOf(measured.edge(1))};
+    street.edgeDeviations = {measured.edgeDeviation(0), measured.edgeDeviation(1)};
     street.usedPoints = measured.usedPoints();
     street.refusedPoints = measured.refusedPoints();
     return street;

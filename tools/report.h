@@ -47,6 +47,7 @@ struct MeasuredStreet {
     std::optional<Segment> centre;  ///< the middle line
     double centreDeviation = 0.0;
     std::array<std::optional<Segment>, 2> edges;  ///< the upper or left one first
+    std::array<double, 2> edgeDeviations{};       ///< of their positions across the street
     long usedPoints = 0;
     long refusedPoints = 0;
 };

@@ -22,6 +22,10 @@ Json toJson(const std::vector<Segment>& segments) {
 
 Json edgesOf(const MeasuredStreet& street) { return Json::array({toJson(street.edges[0]), toJson(street.edges[1])}); }
 
+Json edgeDeviationsOf(const MeasuredStreet& street) {
+    return Json::array({street.edgeDeviations[0], street.edgeDeviations[1]});
+}
+
 Json reasonOf(const std::string& reason) { return reason.empty() ? Json(nullptr) : Json(reason); }
 
 Json toJson(const MeasuredCrossing& crossing) {
@@ -37,11 +41,12 @@ Json toJson(const MeasuredCrossing& crossing) {
         json[name + "AngleDeviation"] = street.degreesDeviation;
         json[name + "Width"] = street.width;
         json[name + "WidthDeviation"] = street.widthDeviation;
+        json[name + "Edges"] = edgesOf(street);
+        json[name + "EdgeDeviations"] = edgeDeviationsOf(street);
+        json[name + "Reason"] = reasonOf(street.reason);
     };
     add("horizontal", crossing.horizontal);
     add("vertical", crossing.vertical);
-    json["horizontalEdges"] = edgesOf(crossing.horizontal);
-    json["verticalEdges"] = edgesOf(crossing.vertical);
     json["usedPoints"] = crossing.usedPoints;
     json["refusedPoints"] = crossing.refusedPoints;
     return json;
@@ -58,6 +63,7 @@ Json toJson(const MeasuredStreet& street) {
     json["centre"] = toJson(street.centre);
     json["centreDeviation"] = street.centreDeviation;
     json["edges"] = edgesOf(street);
+    json["edgeDeviations"] = edgeDeviationsOf(street);
     json["usedPoints"] = street.usedPoints;
     json["refusedPoints"] = street.refusedPoints;
     return json;

@@ -1,6 +1,6 @@
 // One image after the other: read, search, write JSON, draw, write a page. What fails for one image is said on standard
-// error and in its JSON, and the next one gets its turn; only a JSON output that cannot be written ends the run, because
-// nothing that follows could be told to anybody.
+// error and in its JSON, and the next one gets its turn; only a JSON output that cannot be written ends the run,
+// because nothing that follows could be told to anybody.
 #include "tools/run.h"
 
 #include "tools/blank_page.h"

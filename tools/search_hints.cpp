@@ -1,6 +1,6 @@
-// A search that finds nothing is no error, and its JSON is an empty list. What a user can do about it is known here: from
-// the widths that the filter can tell apart, from the lines that were left, and for a single image from a second search
-// with all stages recorded, which takes some ten times as long.
+// A search that finds nothing is no error, and its JSON is an empty list. What a user can do about it is known here:
+// from the widths that the filter can tell apart, from the lines that were left, and for a single image from a second
+// search with all stages recorded, which takes some ten times as long.
 #include "tools/search_hints.h"
 
 #include "qvstreet/projection/projection_polarity.h"

@@ -1,6 +1,6 @@
-// Marks as SVG elements. In each layer every line and ring is drawn twice, as a dark rim and as itself. Colours and widths are attributes, so that the
-// markup looks the same in a picture and inside any page. Numbers have two digits behind the point: hundredths of a
-// pel.
+// Marks as SVG elements. In each layer every line and ring is drawn twice, as a dark rim and as itself. Colours and
+// widths are attributes, so that the markup looks the same in a picture and inside any page. Numbers have two digits
+// behind the point: hundredths of a pel.
 #include "tools/sketch_svg.h"
 
 #include "tools/stroke_font.h"

@@ -33,8 +33,8 @@ std::string traceFileOf(const std::string& path) { return path + ".trace"; }
 void startTrace(const std::string& path) {
     const std::string file = traceFileOf(path);
     struct stat status {};
-    // The reader of a named pipe takes the end of a first writer for the end of the trace, and the next one would wait for
-    // another reader.
+    // The reader of a named pipe takes the end of a first writer for the end of the trace, and the next one would wait
+    // for another reader.
     if (::stat(file.c_str(), &status) == 0 && S_ISFIFO(status.st_mode)) return;
     const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, kNewFileMode);
     if (descriptor < 0) {

@@ -139,6 +139,7 @@ class StreetMeasurement(_Measurement):
             "centre": _segment(self.centre),
             "centreDeviation": _number(self.centre_deviation),
             "edges": [_segment(edge) for edge in self.edges],
+            "edgeDeviations": [_number(deviation) for deviation in self.edge_deviations],
             "usedPoints": self.used_points,
             "refusedPoints": self.refused_points,
         }
@@ -150,6 +151,15 @@ def _angle_and_width(angle: str, width: str, street: StreetMeasurement) -> dict[
         angle + "Deviation": _number(street.angle_deviation_degrees),
         width: _number(street.width),
         width + "Deviation": _number(street.width_deviation),
+    }
+
+
+def _street_of_crossing(name: str, street: StreetMeasurement) -> dict[str, Any]:
+    return {
+        **_angle_and_width(name + "Angle", name + "Width", street),
+        name + "Edges": [_segment(edge) for edge in street.edges],
+        name + "EdgeDeviations": [_number(deviation) for deviation in street.edge_deviations],
+        name + "Reason": None if street.reason is None else street.reason.value,
     }
 
 
@@ -203,10 +213,8 @@ class CrossingMeasurement(_Measurement):
             "y": _number(self.y),
             "xDeviation": _number(self.deviation[0]),
             "yDeviation": _number(self.deviation[1]),
-            **_angle_and_width("horizontalAngle", "horizontalWidth", self.horizontal),
-            **_angle_and_width("verticalAngle", "verticalWidth", self.vertical),
-            "horizontalEdges": [_segment(edge) for edge in self.horizontal.edges],
-            "verticalEdges": [_segment(edge) for edge in self.vertical.edges],
+            **_street_of_crossing("horizontal", self.horizontal),
+            **_street_of_crossing("vertical", self.vertical),
             "usedPoints": self.used_points,
             "refusedPoints": self.refused_points,
         }

@@ -204,8 +204,7 @@ class QV_EXPORT qvStreetMeasurement {
 /// one; but with a reach, and where the optics bend the streets, each crossing is measured for itself.
 /// @param results  of `find`, in any run mode
 /// @throws qvStreetFinderDefs::UnboundImage "Image is unbound."; qvMatrixErr::Singular for a client transform that
-/// cannot
-///         be turned round. `measured` is unchanged then.
+///         cannot be turned round. `measured` is unchanged then.
 QV_EXPORT void qfStreetMeasureCrosses(const qvPelBuffer_const<unsigned char>& image,
                                       const std::vector<qvStreetFinderStreetCrossResult>& results,
                                       const qvStreetMeasureParams& params, std::vector<qvStreetMeasurement>& measured);

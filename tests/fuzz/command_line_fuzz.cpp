@@ -49,6 +49,8 @@ void check(const CommandOptions& options) {
     require(options.maxResults > 0, "most results above 0");
     const double determinant = options.client[0] * options.client[3] - options.client[1] * options.client[2];
     require(determinant != 0.0 && std::isfinite(determinant), "a client transform that can be turned round");
+    require(options.measureReach > 0.0, "a reach above 0");
+    require(options.measureContrast > 0.0, "a contrast above 0");
     const std::size_t images = options.images.size();
     require(options.overlays.empty() || options.overlays.size() == images, "a picture for each image");
     require(options.reports.empty() || options.reports.size() == images, "a page for each image");

@@ -225,7 +225,7 @@ def test_a_dict_of_a_street_has_the_members_of_the_json(image):
     told = qvstreet.find_single_streets(image, **PARAMS, measure=True)[0].to_dict()["measured"]
     assert list(told) == [
         "status", "reason", "angle", "angleDeviation", "width", "widthDeviation", "centre", "centreDeviation", "edges",
-        "usedPoints", "refusedPoints",
+        "edgeDeviations", "usedPoints", "refusedPoints",
     ]  # fmt: skip
     assert told["status"] == "measured" and told["reason"] is None
     assert [len(edge) for edge in told["edges"]] == [4, 4] and len(told["centre"]) == 4

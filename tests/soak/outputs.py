@@ -67,6 +67,7 @@ class Output:
 def outputs(image, street):
     find = ["find", "--mode", "edge", "--width", "20", "--sharpness", "2", "--no-seconds"]
     blank = ["blank", "--street-width", "32", "--min-length", "40", "--no-seconds"]
+    inspect = ["inspect", "--width", "20", "--sharpness", "2"]
     quiet = ["--json", "/dev/null"]
     return [
         Output("json", ".json", find + ["--json", "TARGET", image]),
@@ -74,7 +75,9 @@ def outputs(image, street):
         Output("overlay svg", ".svg", find + quiet + ["--overlay", "TARGET", image]),
         Output("overlay png", ".png", find + quiet + ["--overlay", "TARGET", image]),
         Output("overlay of blank", ".png", blank + quiet + ["--overlay", "TARGET", street]),
-        Output("report", ".html", ["inspect", "--width", "20", "--sharpness", "2", "--report", "TARGET", image]),
+        Output("overlay measured", ".svg", find + quiet + ["--measure", "--overlay", "TARGET", image]),
+        Output("report measured", ".html", inspect + ["--measure", "--report", "TARGET", image]),
+        Output("report", ".html", inspect + ["--report", "TARGET", image]),
         Output("report of blank", ".html", blank + quiet + ["--report", "TARGET", street]),
         Output("trace", ".trace", find + quiet + ["--trace", "TARGET", image]),
     ]

@@ -242,6 +242,54 @@ TEST_F(Command, SidesBeyond32767PelsAreRefusedRatherThanSearchedInPart) {
     EXPECT_EQ(runCommand({"streets", "--mode", "coarse", folder.path("wide.pgm")}).status, 0);
 }
 
+TEST_F(Command, StreetsAlongTheDiagonalAreRefusedWithAWayOut) {
+    // Lanes of 14 pels, 70 apart, at 53.13 degrees and at right angles to that: cosine 0.6, sine 0.8. The image's
+    // diagonal has that direction.
+    std::string pgm = "P5\n240 320\n255\n";
+    for (int y = 0; y < 320; ++y) {
+        for (int x = 0; x < 240; ++x) {
+            const double along = 0.6 * (x + 0.5) + 0.8 * (y + 0.5);
+            const double across = 0.6 * (y + 0.5) - 0.8 * (x + 0.5);
+            const auto fromLane = [](double at) { return std::fabs(std::remainder(at, 70.0)); };
+            pgm += std::min(fromLane(along), fromLane(across)) < 7.0 ? '\xc8' : '\x50';
+        }
+    }
+    writeText(folder.path("diagonal.pgm"), pgm);
+    for (const char* mode : {"edge", "ridge", "coarse"}) {
+        const Outcome outcome = runCommand({"find", "--mode", mode, "--width", "14", folder.path("diagonal.pgm")});
+        EXPECT_EQ(outcome.status, 1) << mode;
+        EXPECT_EQ(
+            json::parse(outcome.out)["error"],
+            "was refused by the finder: a number of samples must be 1 to 32767; streets along a diagonal of the "
+            "image, or two directions nearly alike, leave no rectangle for their profile (the image has 240 x 320 "
+            "pels); try another crop")
+            << mode;
+    }
+    // Half of it has another diagonal.
+    pgm.replace(0, 11, "P5\n240 160\n");
+    pgm.resize(15 + 240 * 160);
+    writeText(folder.path("crop.pgm"), pgm);
+    const Outcome crop = runCommand({"find", "--mode", "coarse", "--width", "14", folder.path("crop.pgm")});
+    EXPECT_EQ(crop.status, 0) << crop.err;
+    EXPECT_FALSE(json::parse(crop.out)["crossings"].empty());
+}
+
+TEST_F(Command, ARidgeWidthBeyondTheCalipersIsRefusedWithTheLimit) {
+    // Lanes of ten pels, in units of a hundredth of one.
+    const Names call = {"find", "--mode", "ridge", "--client", "100,0,0,100,0,0", "--polarity", "light"};
+    const auto find = [&](const char* width) {
+        Names arguments = call;
+        arguments.insert(arguments.end(), {"--width", width, lanes});
+        return runCommand(arguments);
+    };
+    EXPECT_EQ(find("1365").status, 0);
+    const Outcome outcome = find("1366");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(json::parse(outcome.out)["error"],
+              "was refused by the finder: a number of samples must be 1 to 32767; --mode ridge wants 24 times --width "
+              "below 32768");
+}
+
 TEST_F(Command, ADeclaredSizeOfTenMillionMillionPelsTakesNoMemory) {
     writeText(folder.path("liar.pgm"), "P5\n100000 100000\n255\nxx");
     const Outcome outcome = runCommand({"find", folder.path("liar.pgm")});

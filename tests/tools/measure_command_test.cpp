@@ -110,14 +110,40 @@ TEST_F(MeasureCommand, TellsCrossingsAnglesWidthsAndEdgesToPartsOfAPel) {
         EXPECT_NEAR(level[1][3].get<double>(), y + 6.25, 0.05) << "the lower edge";
         EXPECT_NEAR(upright[0][0].get<double>(), x - 4.5, 0.05) << "the left edge";
         EXPECT_NEAR(upright[1][2].get<double>(), x + 4.5, 0.05) << "the right edge";
+        for (const char* name : {"horizontalEdgeDeviations", "verticalEdgeDeviations"}) {
+            ASSERT_EQ(measured[name].size(), 2U);
+            for (const json& deviation : measured[name]) {
+                EXPECT_GT(deviation.get<double>(), 0.0) << name;
+                EXPECT_LT(deviation.get<double>(), 0.05) << name;
+            }
+        }
+        EXPECT_TRUE(measured["horizontalReason"].is_null());
+        EXPECT_TRUE(measured["verticalReason"].is_null());
         EXPECT_GT(measured["usedPoints"].get<long>(), 20);
         EXPECT_GE(measured["refusedPoints"].get<long>(), 0);
     }
-    EXPECT_EQ(membersOf(document["crossings"][0]["measured"]),
-              (Names{"horizontalAngle", "horizontalAngleDeviation", "horizontalEdges", "horizontalWidth",
-                     "horizontalWidthDeviation", "reason", "refusedPoints", "status", "usedPoints", "verticalAngle",
-                     "verticalAngleDeviation", "verticalEdges", "verticalWidth", "verticalWidthDeviation", "x",
-                     "xDeviation", "y", "yDeviation"}));
+    EXPECT_EQ(membersOf(document["crossings"][0]["measured"]), (Names{"horizontalAngle",
+                                                                      "horizontalAngleDeviation",
+                                                                      "horizontalEdgeDeviations",
+                                                                      "horizontalEdges",
+                                                                      "horizontalReason",
+                                                                      "horizontalWidth",
+                                                                      "horizontalWidthDeviation",
+                                                                      "reason",
+                                                                      "refusedPoints",
+                                                                      "status",
+                                                                      "usedPoints",
+                                                                      "verticalAngle",
+                                                                      "verticalAngleDeviation",
+                                                                      "verticalEdgeDeviations",
+                                                                      "verticalEdges",
+                                                                      "verticalReason",
+                                                                      "verticalWidth",
+                                                                      "verticalWidthDeviation",
+                                                                      "x",
+                                                                      "xDeviation",
+                                                                      "y",
+                                                                      "yDeviation"}));
 }
 
 TEST_F(MeasureCommand, TheFindersOwnResultsStayAsTheyAre) {
@@ -166,10 +192,13 @@ TEST_F(MeasureCommand, SingleStreetsHaveTheirMiddleLine) {
         EXPECT_GT(measured["centreDeviation"].get<double>(), 0.0);
         EXPECT_LT(measured["centreDeviation"].get<double>(), 0.03);
         EXPECT_EQ(measured["edges"].size(), 2U);
+        ASSERT_EQ(measured["edgeDeviations"].size(), 2U);
+        EXPECT_GT(measured["edgeDeviations"][0].get<double>(), 0.0);
+        EXPECT_LT(measured["edgeDeviations"][1].get<double>(), 0.03);
     }
     EXPECT_EQ(membersOf(document["streets"][0]["measured"]),
-              (Names{"angle", "angleDeviation", "centre", "centreDeviation", "edges", "reason", "refusedPoints",
-                     "status", "usedPoints", "width", "widthDeviation"}));
+              (Names{"angle", "angleDeviation", "centre", "centreDeviation", "edgeDeviations", "edges", "reason",
+                     "refusedPoints", "status", "usedPoints", "width", "widthDeviation"}));
 }
 
 TEST_F(MeasureCommand, WhatIsNotMeasuredIsNullWithAReason) {
@@ -183,6 +212,8 @@ TEST_F(MeasureCommand, WhatIsNotMeasuredIsNullWithAReason) {
         EXPECT_TRUE(measured[name].is_null()) << name;
     }
     EXPECT_EQ(measured["verticalEdges"], json::parse("[null, null]"));
+    EXPECT_EQ(measured["verticalEdgeDeviations"], json::parse("[null, null]"));
+    EXPECT_EQ(measured["horizontalReason"], "no edges");
     EXPECT_EQ(measured["usedPoints"], 0);
 }
 
@@ -197,6 +228,8 @@ TEST_F(MeasureCommand, OfACrossingOfOneStreetOnlyThatStreetIsMeasured) {
     const json& measured = crossings[0]["measured"];
     EXPECT_EQ(measured["status"], "partly") << measured;
     EXPECT_EQ(measured["reason"], "no edges");
+    EXPECT_TRUE(measured["horizontalReason"].is_null());
+    EXPECT_EQ(measured["verticalReason"], "no edges");
     EXPECT_TRUE(measured["x"].is_null());
     EXPECT_TRUE(measured["y"].is_null());
     EXPECT_NEAR(measured["horizontalWidth"].get<double>(), 12.5, 0.05);

@@ -45,6 +45,7 @@ MeasuredStreet measuredStreet() {
     street.centre = Segment{{1, 2}, {3, 4}};
     street.centreDeviation = 0.125;
     street.edges = {Segment{{5, 6}, {7, 8}}, Segment{{9, 10}, {11, 12}}};
+    street.edgeDeviations = {0.375, 0.75};
     street.usedPoints = 31;
     street.refusedPoints = 7;
     return street;
@@ -64,7 +65,9 @@ TEST(ResultJson, AMeasuredCrossingComesBehindTheFindersWithItsTime) {
     measured.vertical.degrees = -88.5;
     measured.vertical.width = kNaN;
     measured.vertical.widthDeviation = kNaN;
+    measured.vertical.reason = "one edge only";
     measured.vertical.edges[0].reset();
+    measured.vertical.edgeDeviations[0] = kNaN;
     measured.usedPoints = 62;
     measured.refusedPoints = 14;
     report.crossings->front().measured = measured;
@@ -74,10 +77,12 @@ TEST(ResultJson, AMeasuredCrossingComesBehindTheFindersWithItsTime) {
         text.substr(text.find("\"status\":\"edges\"")),
         "\"status\":\"edges\",\"measured\":{\"status\":\"partly\",\"reason\":\"one edge only\",\"x\":null,\"y\":null,"
         "\"xDeviation\":null,\"yDeviation\":null,\"horizontalAngle\":1.25,\"horizontalAngleDeviation\":0.5,"
-        "\"horizontalWidth\":20.5,\"horizontalWidthDeviation\":0.25,\"verticalAngle\":-88.5,"
-        "\"verticalAngleDeviation\":0.5,\"verticalWidth\":null,\"verticalWidthDeviation\":null,"
-        "\"horizontalEdges\":[[5.0,6.0,7.0,8.0],[9.0,10.0,11.0,12.0]],"
-        "\"verticalEdges\":[null,[9.0,10.0,11.0,12.0]],\"usedPoints\":62,\"refusedPoints\":14}}],"
+        "\"horizontalWidth\":20.5,\"horizontalWidthDeviation\":0.25,"
+        "\"horizontalEdges\":[[5.0,6.0,7.0,8.0],[9.0,10.0,11.0,12.0]],\"horizontalEdgeDeviations\":[0.375,0.75],"
+        "\"horizontalReason\":null,\"verticalAngle\":-88.5,\"verticalAngleDeviation\":0.5,\"verticalWidth\":null,"
+        "\"verticalWidthDeviation\":null,\"verticalEdges\":[null,[9.0,10.0,11.0,12.0]],"
+        "\"verticalEdgeDeviations\":[null,0.75],\"verticalReason\":\"one edge only\",\"usedPoints\":62,"
+        "\"refusedPoints\":14}}],"
         "\"seconds\":{\"setImage\":0.25,\"find\":0.5,\"measure\":0.125}}\n");
 }
 
@@ -95,8 +100,8 @@ TEST(ResultJson, AMeasuredStreetHasItsMiddleLine) {
         "{\"image\":\"w.png\",\"width\":3,\"height\":2,\"mode\":\"edge\",\"streets\":[{\"score\":0.0,\"angle\":0.0,"
         "\"segments\":[],\"status\":\"edges\",\"measured\":{\"status\":\"measured\",\"reason\":null,\"angle\":1.25,"
         "\"angleDeviation\":0.5,\"width\":20.5,\"widthDeviation\":0.25,\"centre\":[1.0,2.0,3.0,4.0],"
-        "\"centreDeviation\":0.125,\"edges\":[[5.0,6.0,7.0,8.0],[9.0,10.0,11.0,12.0]],\"usedPoints\":31,"
-        "\"refusedPoints\":7}}]}\n");
+        "\"centreDeviation\":0.125,\"edges\":[[5.0,6.0,7.0,8.0],[9.0,10.0,11.0,12.0]],"
+        "\"edgeDeviations\":[0.375,0.75],\"usedPoints\":31,\"refusedPoints\":7}}]}\n");
 }
 
 TEST(ResultJson, CrossingsInOneLineWithMembersInTheDocumentedOrder) {
