@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the fuzz targets and runs them, one after the other, each for so many minutes of processor time; prints what
-# each did. What a target learns stays in build/fuzz/learned/<target>, where the next run goes on. Ends with 1 if a
+# Builds the fuzz targets and runs them, one on each processor at a time, each for so many minutes of processor time;
+# prints what each did. What a target learns stays in build/fuzz/learned/<target>, where the next run goes on. Ends with 1 if a
 # target found something: the input is in build/fuzz/findings/<target> then. Once mended it belongs into
 # tests/fuzz/corpus/<target>, where every test run replays it.
 #
@@ -9,6 +9,7 @@
 #     ./scripts/fuzz.sh --build FOLDER ...       in another build folder than build/fuzz
 #     ./scripts/fuzz.sh --built ...              the programs as they stand there
 #     ./scripts/fuzz.sh --go-on ...              the minutes of earlier runs count
+#     ./scripts/fuzz.sh --jobs 1 ...             one after the other
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -16,14 +17,18 @@ minutes=20
 build=build/fuzz
 built=false
 go_on=false
+jobs=$(nproc)
 targets=()
 while [ $# -gt 0 ]; do
     case "$1" in
         --minutes) minutes=$2; shift 2 ;;
         --build) build=$2; shift 2 ;;
+        --jobs) jobs=$2; shift 2 ;;
         --built) built=true; shift ;;
         --go-on) go_on=true; shift ;;
-        -*) echo "usage: scripts/fuzz.sh [--minutes N] [--build FOLDER] [--built] [--go-on] [TARGET...]" >&2; exit 2 ;;
+        -*)
+            echo "usage: scripts/fuzz.sh [--minutes N] [--build FOLDER] [--built] [--go-on] [--jobs N] [TARGET...]" >&2
+            exit 2 ;;
         *) targets+=("$1"); shift ;;
     esac
 done
@@ -68,8 +73,20 @@ run() {
     return $status
 }
 
+# What runs in the background does not hear Ctrl-C.
+trap 'trap - INT TERM; kill 0' INT TERM
 failed=0
+running=0
 for target in "${targets[@]}"; do
-    run "$target" || failed=1
+    if [ $running -ge "$jobs" ]; then
+        wait -n || failed=1
+        running=$((running - 1))
+    fi
+    run "$target" &
+    running=$((running + 1))
+done
+while [ $running -gt 0 ]; do
+    wait -n || failed=1
+    running=$((running - 1))
 done
 exit $failed

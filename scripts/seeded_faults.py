@@ -4,6 +4,8 @@
     scripts/seeded_faults.py                       200 faults, the table and the list of those nobody noticed
     scripts/seeded_faults.py --only 17 23          these again, for example after a test was written for them
     scripts/seeded_faults.py --seed 7 --faults 50  others
+    scripts/seeded_faults.py --among 'projection/edge_*' 'projection/street_*'
+                                                   in these files alone
 
 A fault is a flipped comparison, a dropped term, a constant that is one too large and the like, in a line of
 qvstreet/**/*.cpp that the seed chooses. All faults are compiled at once into a copy of the tree, each as
@@ -20,6 +22,7 @@ Exits with 1 if fewer than 80 % were caught. Wants the Debian package python3-cl
 """
 import argparse
 import concurrent.futures
+import fnmatch
 import hashlib
 import json
 import os
@@ -51,7 +54,7 @@ EQUIVALENT = HELPERS / "equivalent.json"
 FOLDERS = ["platform", "frontend", "projection", "candidates", "streetfinder", "blankregion"]
 # Beside the six that mirror the folders; those of tests/soak/ in their short form, which scripts/test.sh runs too.
 FURTHER_PROGRAMS = ["tools/tools_tests", "endtoend/endtoend_tests", "soak/soak_content", "soak/soak_parameters",
-                    "soak/soak_properties", "soak/soak_sizes"]
+                    "soak/soak_properties", "soak/soak_sizes", "soak/soak_measurement"]
 LEAST_CAUGHT = 0.8
 
 # Files that only write down what happened: at most this share of the faults goes there.
@@ -105,22 +108,25 @@ def state_of_sources(*others):
     return state.hexdigest()
 
 
-def choose(count, seed, jobs):
+def choose(count, seed, among, jobs):
     """The choice is kept, for it takes minutes."""
     record = OUTPUT / "chosen.json"
-    state = state_of_sources(count, seed)
+    state = state_of_sources(count, seed, among)
     if record.exists():
         kept = json.loads(record.read_text())
         if kept["state"] == state:
             return kept["faults"]
     with concurrent.futures.ProcessPoolExecutor(jobs) as pool:
-        faults = choose_anew(count, seed, pool)
+        faults = choose_anew(count, seed, among, pool)
     record.write_text(json.dumps(dict(state=state, faults=faults), indent=1))
     return faults
 
 
-def choose_anew(count, seed, pool):
+def choose_anew(count, seed, among, pool):
     names = sorted(str(path.relative_to(REPOSITORY)) for path in (REPOSITORY / "qvstreet").glob("*/*.cpp"))
+    names = [name for name in names if any(fnmatch.fnmatch(name, f"qvstreet/{pattern}") for pattern in among)]
+    if not names:
+        sys.exit(f"no source file of qvstreet/ is among {' '.join(among)}")
     places = dict(zip(names, pool.map(places_of, names)))
     by_line = {}
     for name in names:
@@ -335,6 +341,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--faults", type=int, default=200, help="how many (200)")
     parser.add_argument("--seed", type=int, default=1, help="chooses them (1)")
+    parser.add_argument("--among", nargs="+", default=["*"], metavar="PATTERN",
+                        help="source files, as seen from qvstreet/ (all)")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="runs at a time (one for each processor)")
     parser.add_argument("--only", type=int, nargs="+", metavar="NUMBER", help="runs these and takes the others as they were")
     parser.add_argument("--list", action="store_true", help="shows the faults and runs nothing")
@@ -342,7 +350,7 @@ def main():
 
     OUTPUT.mkdir(parents=True, exist_ok=True)
     copy_tree()
-    faults = choose(arguments.faults, arguments.seed, arguments.jobs)
+    faults = choose(arguments.faults, arguments.seed, arguments.among, arguments.jobs)
     if arguments.list:
         for fault in faults:
             print(f"{fault['number']:>4} {fault['file']}:{fault['line']}: {fault['kind']}: {fault['original']} -> "

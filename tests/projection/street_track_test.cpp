@@ -248,6 +248,19 @@ TEST(StreetTrack, edgesThatMeanderAreNotSteady) {
     EXPECT_GT(result.lines.scatter[0], 1.0);
 }
 
+TEST(StreetTrack, aStreetJustWideEnoughForTwoEdgesIsDrawnInFromAside) {
+    // 7.2 pels: each edge is sought without the pels of the other one, or that would draw it across the street.
+    const DrawnStreet street{40.3, 47.5, 0.04, 150.0, 70.0, 0.7};
+    const qvPelBuffer<unsigned char> image = drawn(street);
+    for (const double off : {-1.5, 1.5})
+        for (const double slopeOff : {-0.01, 0.01}) {
+            const qv_StreetTrack result =
+                track(alongRows(image), toldCentre(200.0, slopeOff, street), toldEdges(off, street));
+            EXPECT_EQ(result.barWidth, 0.0);
+            expectEdges(result, street, 0.01);
+        }
+}
+
 TEST(StreetTrack, aNarrowStreetIsFollowedByItsCentreLine) {
     for (const double width : {4.8, 6.0}) {
         const DrawnStreet street{50.3, 50.3 + width, 0.03, 150.0, 70.0, 1.0};
