@@ -31,11 +31,19 @@ run() {
     cmake --preset "$preset" "${@:2}" >/dev/null
     cmake --build --preset "$preset" -j "$jobs" -- --quiet
     echo "== $preset: test"
-    ctest --preset "$preset" -j "$jobs" --output-on-failure
+    local log=build/$preset/ctest.log skipped
+    ctest --preset "$preset" -j "$jobs" --output-on-failure | tee "$log"
+    skipped=$(grep -c '^[[:space:]].*(Skipped)$' "$log" || true)
+    passed_all=$((passed_all + $(sed -n 's/.* tests failed out of \([0-9]*\)$/\1/p' "$log") - skipped))
+    skipped_all=$((skipped_all + skipped))
 }
+passed_all=0
+skipped_all=0
 
 # The benchmarks are built as well, though not run, so that they keep compiling; what they stand beside is not needed.
 run dev -DQVSTREET_BUILD_BENCH=ON -DQVSTREET_BENCH_PEERS=OFF
 echo "== soak: a few seconds of each of the long checks"
 ./scripts/soak.sh --short
 $quick || run asan
+# Whoever failed has ended the script by now.
+echo "$passed_all passed, 0 failed, $skipped_all skipped"
