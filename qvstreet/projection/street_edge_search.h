@@ -14,7 +14,7 @@
 struct qv_StreetPrediction {
     /// Its centre line; u0 is where it is to be looked at first.
     qv_UvLine centre;
-    /// Widest, narrowest and likeliest width.
+    /// Narrowest, widest and likeliest width.
     double leastWidth = 0.0;
     double mostWidth = 0.0;
     double likelyWidth = 0.0;
