@@ -132,6 +132,39 @@ TEST(StreetMeasurement, aCrossingRepeatsWhatItsStreetsSay) {
     EXPECT_NE(m.horizontalWidth(), m.verticalWidth());
 }
 
+TEST(StreetMeasurement, deviationsOfCentreWidthAndEdgesBelongTogether) {
+    // With e0 and e1 the errors of the edges, the centre's is (e0 + e1) / 2 and the width's e1 - e0, so the variances of
+    // centre and a quarter of the width's are together the mean of the edges'. A thousandth of a pel, at right angles to
+    // the street, comes on top of each.
+    const Wafer wafer;
+    const qvStreetMeasurement m = measure(drawn(wafer), {toldOf(wafer, 0, 0)})[0];
+    const auto squared = [](double value) { return value * value; };
+    for (const qvStreetLineMeasurement& street : {m.horizontal(), m.vertical()}) {
+        const double centre = squared(street.centreDeviation());
+        const double width = squared(street.widthDeviation());
+        const double edges = squared(street.edgeDeviation(0)) + squared(street.edgeDeviation(1));
+        EXPECT_NEAR(centre + 0.25 * width - 0.5 * edges, 0.25e-6, 0.001e-6);
+        EXPECT_GT(centre, 2e-6);
+    }
+}
+
+TEST(StreetMeasurement, theDeviationOfASkewedCrossingIsThatOfBothStreetsThroughTheirDirections) {
+    Wafer wafer;
+    wafer.horizontal = {{60.3, 82.3, 0.4}};
+    wafer.vertical = {{120.4, 136.4, 0.5}};
+    const double s = 0.4;
+    const double t = 0.5;
+    const qvStreetMeasurement m =
+        measure(drawn(wafer), {told(wafer.crossing(0, 0), wafer.horizontalAngle(), wafer.verticalAngle())})[0];
+    ASSERT_EQ(m.status(), Defs::eMeasured);
+    // Errors of the streets along y and along x. The crossing solves y - s * x = a and x - t * y = b.
+    const double inY = m.horizontal().centreDeviation() * std::sqrt(1.0 + s * s);
+    const double inX = m.vertical().centreDeviation() * std::sqrt(1.0 + t * t);
+    EXPECT_NEAR(m.crossingDeviation().x() * (1.0 - s * t), std::hypot(inX, t * inY), 1e-6);
+    EXPECT_NEAR(m.crossingDeviation().y() * (1.0 - s * t), std::hypot(inY, s * inX), 1e-6);
+    EXPECT_GT(std::fabs(inX - inY), 1e-5);
+}
+
 TEST(StreetMeasurement, edge0IsTheUpperOneAndTheLeftOne) {
     const Wafer wafer;
     const qvStreetMeasurement m = measure(drawn(wafer), {toldOf(wafer, 0, 0)})[0];
