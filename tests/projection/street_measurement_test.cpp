@@ -165,6 +165,45 @@ TEST(StreetMeasurement, theDeviationOfASkewedCrossingIsThatOfBothStreetsThroughT
     EXPECT_GT(std::fabs(inX - inY), 1e-5);
 }
 
+TEST(StreetMeasurement, twoStreetsThatBothLieNearerTheHorizontalCrossAsWell) {
+    Wafer wafer;
+    wafer.horizontal = {{150.3, 172.3, 0.05}, {20.4, 40.4, 0.65}};
+    wafer.vertical.clear();
+    // y = a + s * x and y = b + t * x.
+    const double s = 0.05;
+    const double t = 0.65;
+    const double x = (161.3 - 30.4) / (t - s);
+    const Point at(x, 161.3 + s * x);
+    const qvStreetMeasureParams widths(qvStreetFinderParams({20.0, 22.0}, {12.0, 30.0}, {12.0, 32.0}));
+    const qvStreetMeasurement m = measure(drawn(wafer), {told(at, std::atan(s), std::atan(t))}, widths)[0];
+    ASSERT_EQ(m.status(), Defs::eMeasured);
+    expectNear(m.crossing(), at, 0.05);
+    const double first = m.horizontal().centreDeviation() * std::sqrt(1.0 + s * s);
+    const double second = m.vertical().centreDeviation() * std::sqrt(1.0 + t * t);
+    EXPECT_NEAR(m.crossingDeviation().x() * (t - s), std::hypot(first, second), 1e-5);
+    EXPECT_NEAR(m.crossingDeviation().y() * (t - s), std::hypot(t * first, s * second), 1e-5);
+}
+
+TEST(StreetMeasurement, aStreetOfWhichOneEdgeWavesIsFollowedOverAPart) {
+    // Waves of a quarter of a pel, 150 pels long, in the upper or in the lower edge.
+    const DrawnStreet straight{150.3, 172.3, 0.0};
+    for (const int waving : {0, 1}) {
+        const Image image = drawn([&](long x, long y) {
+            const double wave = 0.25 * std::sin((static_cast<double>(x) + 0.5) * 2.0 * kPi / 150.0);
+            const DrawnStreet street{straight.first + (waving == 0 ? wave : 0.0),
+                                     straight.second + (waving == 1 ? wave : 0.0), 0.0};
+            return street.grey(x, y);
+        });
+        std::vector<qvStreetLineMeasurement> measured;
+        std::vector<qv_MeasuredTrack> tracks;
+        qf_measureStreets(image, {toldSingle(0.0, {qvLineSeg(Point(20.0, 161.3), Point(440.0, 161.3))})}, params(),
+                          measured, &tracks);
+        ASSERT_EQ(tracks.size(), 1u);
+        EXPECT_TRUE(tracks[0].isLocal) << waving;
+        EXPECT_LT(tracks[0].track.extent.high - tracks[0].track.extent.low, 250.0) << waving;
+    }
+}
+
 TEST(StreetMeasurement, edge0IsTheUpperOneAndTheLeftOne) {
     const Wafer wafer;
     const qvStreetMeasurement m = measure(drawn(wafer), {toldOf(wafer, 0, 0)})[0];
