@@ -296,10 +296,13 @@ std::optional<double> filterLengthAcross(const qvDiagObject& records, std::size_
     return parseAnyNumber(text.substr(beginning.size(), text.find(',') - beginning.size()));
 }
 
-std::optional<double> angleBetweenDirections(const qvDiagObject& records) {
+std::array<std::optional<double>, 2> lineAngles(const qvDiagObject& records) {
     const qvDiagRecord* record = recordNamed(records, L"Street Directions");
-    const std::optional<double> flat = lineAngleIn(textOf(record, kDirection0));
-    const std::optional<double> upright = lineAngleIn(textOf(record, kDirection1));
+    return {lineAngleIn(textOf(record, kDirection0)), lineAngleIn(textOf(record, kDirection1))};
+}
+
+std::optional<double> angleBetweenDirections(const qvDiagObject& records) {
+    const auto [flat, upright] = lineAngles(records);
     if (!flat || !upright) return std::nullopt;
     return std::fabs(std::remainder(*flat - *upright, 180.0));
 }

@@ -60,10 +60,13 @@ std::string countRemark(const CommandOptions& options, const Inspection& inspect
 }
 
 std::string projectionRemark(const CommandOptions& options, const Inspection& inspection) {
-    // In a square image such lines have angles of no streets, and there is no longer side to speak of.
-    const bool isSquare = inspection.image.width() == inspection.image.height();
-    if (options.polarity == Polarity::any || isSquare) return {};
-    return linesLostSentence(linesBeyondProjection(inspection.records));
+    LinesInImage lines;
+    lines.inBothDirections = keepsLinesOfBothDirections(inspection.records);
+    lines.isSquare = inspection.image.width() == inspection.image.height();
+    for (const std::optional<double>& angle : lineAngles(inspection.records))
+        if (angle) lines.tilt = std::max(lines.tilt, tiltOf(inspection.image.imageFromClientXform(), *angle));
+    lines.unjudged = linesBeyondProjection(inspection.records);
+    return linesLostSentence(options, lines);
 }
 
 std::string widthRemark(const CommandOptions& options, const Inspection& inspection) {

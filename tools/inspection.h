@@ -12,6 +12,7 @@
 #include "tools/measured_run.h"
 #include "tools/report.h"
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -74,6 +75,9 @@ bool keepsLinesOfBothDirections(const qvDiagObject& records);
 
 /// How many lines of `ridge` and `coarse` mode lie where no grey level was there to judge their polarity.
 std::size_t linesBeyondProjection(const qvDiagObject& records);
+
+/// Of the two street directions, degrees of the client frame, (-90, 90].
+std::array<std::optional<double>, 2> lineAngles(const qvDiagObject& records);
 
 /// Between the two street directions, 0 to 90 degrees.
 std::optional<double> angleBetweenDirections(const qvDiagObject& records);

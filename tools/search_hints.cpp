@@ -17,6 +17,10 @@ namespace {
 // Edges nearer than this many lengths of the line filter run together in its response.
 constexpr double kFilterLengthsBetweenEdges = 2.5;
 
+// From here on, degrees, streets of a square image are lost if a polarity is asked for: the rectangle of the two
+// directions that lies inside the image has become that small.
+constexpr double kTiltThatCosts = 8.0;
+
 // Means of profiles from here on stand for a stretch without pels.
 constexpr double kNoPels = 1e12;
 
@@ -47,6 +51,17 @@ std::size_t linesWithoutPolarity(const CommandOptions& options, const qv_streetF
         }
     }
     return lost;
+}
+
+LinesInImage linesInImage(const CommandOptions& options, const qv_streetFinderImpl& impl) {
+    const qvXform<2> imageFromClient = impl.clientFromImage.inverse();
+    LinesInImage lines;
+    lines.isSquare = impl.imageSize.first == impl.imageSize.second;
+    lines.inBothDirections = impl.lines.size() == 2 && !impl.lines[0].empty() && !impl.lines[1].empty();
+    for (const qvDegree& angle : impl.streetAngles)
+        lines.tilt = std::max(lines.tilt, tiltOf(imageFromClient, angle.toDouble()));
+    lines.unjudged = linesWithoutPolarity(options, impl);
+    return lines;
 }
 
 /// What the lines tell, without a second search.
@@ -83,11 +98,29 @@ std::string edgeLimitSentence(const CommandOptions& options, const std::array<st
     return {};
 }
 
-std::string linesLostSentence(std::size_t lines) {
-    if (lines == 0) return {};
-    return (lines == 1 ? "1 line lies" : std::to_string(lines) + " lines lie") +
-           " too far along the longer side of the image for " + (lines == 1 ? "its" : "their") +
-           " polarity to be measured, and " + (lines == 1 ? "is" : "are") +
+double tiltOf(const qvXform<2>& imageFromClient, double clientDegrees) {
+    const qvDegree inImage(imageFromClient.mapAngle(qvDegree(clientDegrees)));
+    return std::fabs(std::remainder(inImage.toDouble(), 90.0));
+}
+
+std::string linesLostSentence(const CommandOptions& options, const LinesInImage& lines) {
+    if (options.polarity == Polarity::any) return {};
+    const bool one = lines.unjudged == 1;
+    const std::string count = one ? "1 line lies" : std::to_string(lines.unjudged) + " lines lie";
+    if (lines.tilt >= kTiltThatCosts) {
+        const std::string wayOut = ": try --polarity any, or an image with less tilt.";
+        const std::string streets = "streets tilted by " + withDigits(lines.tilt, 1) + " degrees";
+        if (options.mode == Mode::edge && lines.inBothDirections)
+            return "The polarity of " + streets +
+                   " is measured in the middle of the image only; elsewhere they are lost" + wayOut;
+        if (lines.unjudged == 0) return {};
+        return count + " too far from the middle of the image for the polarity of " + streets +
+               " to be measured, and " + (one ? "is" : "are") + " lost" + wayOut;
+    }
+    // In a square image of level streets such lines have angles of no streets.
+    if (lines.unjudged == 0 || lines.isSquare) return {};
+    return count + " too far along the longer side of the image for " + (one ? "its" : "their") +
+           " polarity to be measured, and " + (one ? "is" : "are") +
            " lost: try --polarity any, or a crop nearer to a square.";
 }
 
@@ -96,10 +129,7 @@ SearchHints hintsOf(const CommandOptions& options, const qvStreetFinder& finder,
     const qv_streetFinderImpl& impl = qf_finderRecord(finder);
     SearchHints hints;
     hints.edgeLimit = edgeLimitSentence(options, filterLengths(finder));
-    // In a square image such lines have angles of no streets, and there is no longer side to speak of.
-    if (impl.imageSize.first != impl.imageSize.second) {
-        hints.linesLost = linesLostSentence(linesWithoutPolarity(options, impl));
-    }
+    hints.linesLost = linesLostSentence(options, linesInImage(options, impl));
     if (!foundAny) hints.nothing = reasonInLines(options, impl);
     return hints;
 }

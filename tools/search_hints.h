@@ -19,8 +19,20 @@ namespace qvtool {
 /// @param lengths  of the line filter across the streets of each direction, client units; none where it is not known
 std::string edgeLimitSentence(const CommandOptions& options, const std::array<std::optional<double>, 2>& lengths);
 
+/// How the lines of an image lie in it.
+struct LinesInImage {
+    bool isSquare = true;           ///< the image
+    bool inBothDirections = false;  ///< each direction has one
+    double tilt = 0.0;  ///< of the street directions against the image's sides, the greater one: 0 to 45 degrees
+    std::size_t unjudged =
+        0;  ///< lines of `ridge` and `coarse` mode where no grey level was there to judge the polarity
+};
+
+/// Of a direction of the client frame, 0 to 45 degrees.
+double tiltOf(const qvXform<2>& imageFromClient, double clientDegrees);
+
 /// A sentence for lines whose polarity could not be measured; empty for none.
-std::string linesLostSentence(std::size_t lines);
+std::string linesLostSentence(const CommandOptions& options, const LinesInImage& lines);
 
 /// The hints of a finder that has searched an image for crossings or streets. Takes no second search.
 SearchHints hintsOf(const CommandOptions& options, const qvStreetFinder& finder, bool foundAny);

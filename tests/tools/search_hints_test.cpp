@@ -1,10 +1,12 @@
 // What `find` and `streets` say on standard error about streets that they cannot find.
+#include "tools/search_hints.h"
 #include "tests/streetfinder/painted_wafer.h"
 #include "tests/tools/subprocess.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -174,4 +176,70 @@ TEST_F(SearchHints, ASquareImageHasNoLongerSideToLoseLinesAt) {
         said({"find", "--mode", "coarse", "--width", "18,30", "--polarity", "light", save("d.pgm", dies)});
     EXPECT_EQ(timesIn(err, "No crossing found. "), 1U) << err;
     EXPECT_EQ(timesIn(err, "longer side"), 0U) << err;
+}
+
+TEST_F(SearchHints, StreetsOfATiltedSquareImageAreLostAwayFromItsMiddle) {
+    const auto call = [&](double tilt, const std::string& mode, const std::string& polarity) {
+        PaintedWafer wafer;
+        wafer.width = wafer.height = 420;
+        const double radians = tilt * 3.141592653589793 / 180.0;
+        for (const double at : {-130.0, 0.0, 130.0}) {
+            const qvVector<2> across(-std::sin(radians) * at, std::cos(radians) * at);
+            const qvVector<2> along(std::cos(radians) * at, std::sin(radians) * at);
+            wafer.flat.push_back({qvVector<2>(210.0, 210.0) + across, tilt, 18.0});
+            wafer.upright.push_back({qvVector<2>(210.0, 210.0) + along, 90.0 + tilt, 18.0});
+        }
+        return runCommand({"find", "--mode", mode, "--width", "18", "--polarity", polarity, save("t.pgm", wafer)});
+    };
+    const Outcome tilted = call(20.0, "coarse", "dark");
+    EXPECT_EQ(json::parse(tilted.out)["crossings"].size(), 2U);
+    const std::size_t begin = tilted.err.find("3 lines lie");
+    ASSERT_NE(begin, std::string::npos) << tilted.err;
+    EXPECT_EQ(tilted.err.substr(begin, tilted.err.find(" tilted by ") - begin),
+              "3 lines lie too far from the middle of the image for the polarity of streets");
+    EXPECT_EQ(
+        timesIn(tilted.err, " degrees to be measured, and are lost: try --polarity any, or an image with less tilt.\n"),
+        1U);
+    EXPECT_EQ(timesIn(call(20.0, "edge", "dark").err, "The polarity of streets tilted by "), 1U);
+    EXPECT_EQ(call(20.0, "coarse", "any").err, "");
+    EXPECT_EQ(call(4.0, "coarse", "dark").err, "");
+    EXPECT_EQ(json::parse(call(4.0, "coarse", "dark").out)["crossings"].size(), 9U);
+}
+
+TEST(LinesLost, AreSaidByTiltOrByTheLongerSideOrNotAtAll) {
+    qvtool::CommandOptions options;
+    options.polarity = qvtool::Polarity::dark;
+    options.mode = qvtool::Mode::ridge;
+    const std::string oblong =
+        "2 lines lie too far along the longer side of the image for their polarity to be measured, and are lost: try "
+        "--polarity any, or a crop nearer to a square.";
+    // Is it square, has each direction a line, the tilt, lines without polarity.
+    EXPECT_EQ(qvtool::linesLostSentence(options, {true, true, 7.99, 2}), "");
+    EXPECT_EQ(qvtool::linesLostSentence(options, {false, true, 7.99, 0}), "");
+    EXPECT_EQ(qvtool::linesLostSentence(options, {false, true, 7.99, 2}), oblong);
+    EXPECT_EQ(qvtool::linesLostSentence(options, {false, true, 8.0, 0}), "");
+    for (const bool isSquare : {false, true}) {
+        EXPECT_EQ(
+            qvtool::linesLostSentence(options, {isSquare, true, 8.0, 1}),
+            "1 line lies too far from the middle of the image for the polarity of streets tilted by 8.0 degrees to "
+            "be measured, and is lost: try --polarity any, or an image with less tilt.");
+    }
+    options.mode = qvtool::Mode::edge;
+    EXPECT_EQ(qvtool::linesLostSentence(options, {true, true, 12.25, 0}),
+              "The polarity of streets tilted by 12.2 degrees is measured in the middle of the image only; elsewhere "
+              "they are lost: try --polarity any, or an image with less tilt.");
+    EXPECT_EQ(qvtool::linesLostSentence(options, {true, false, 12.25, 0}), "");
+    options.polarity = qvtool::Polarity::any;
+    EXPECT_EQ(qvtool::linesLostSentence(options, {false, true, 45.0, 9}), "");
+}
+
+TEST(LinesLost, TheTiltIsThatAgainstTheNearerSideOfTheImage) {
+    const qvXform<2> same;
+    EXPECT_NEAR(qvtool::tiltOf(same, 12.0), 12.0, 1e-9);
+    EXPECT_NEAR(qvtool::tiltOf(same, -12.0), 12.0, 1e-9);
+    EXPECT_NEAR(qvtool::tiltOf(same, 95.0), 5.0, 1e-9);
+    EXPECT_NEAR(qvtool::tiltOf(same, 225.0), 45.0, 1e-9);
+    // Pels twice as high as wide: a rise of one unit in one is two pels.
+    const qvXform<2> stretched(qvMatrix<2>(1.0, 0.0, 0.0, 2.0), qvVector<2>(5.0, 7.0));
+    EXPECT_NEAR(qvtool::tiltOf(stretched, 45.0), 90.0 - 63.43494882292201, 1e-9);
 }
