@@ -184,6 +184,25 @@ TEST(StreetMeasurement, twoStreetsThatBothLieNearerTheHorizontalCrossAsWell) {
     EXPECT_NEAR(m.crossingDeviation().y() * (t - s), std::hypot(t * first, s * second), 1e-5);
 }
 
+TEST(StreetMeasurement, theWidthOfAWedgeIsJudgedWhereItWasAskedFor) {
+    // 16 pels wide at the left side and 25.2 at the right one; 16.8 at x = 40, where at most 18 are allowed, and 20.6 in
+    // the middle.
+    const Image image = drawn([](long x, long y) {
+        const DrawnStreet upper{150.3, 1e3, 0.0};
+        const DrawnStreet lower{-1e3, 166.3, 0.02};
+        return std::max(upper.grey(x, y), lower.grey(x, y));
+    });
+    const qvStreetMeasureParams narrow(qvStreetFinderParams({17.0, 17.0}, {14.0, 18.0}, {14.0, 18.0}));
+    const auto asked = [&](double x) {
+        const double y = 0.5 * (150.3 + 166.3 + 0.02 * x);
+        return measureSingle(image, toldSingle(0.01, {qvLineSeg(Point(x - 20.0, y), Point(x + 20.0, y))}), narrow);
+    };
+    const qvStreetLineMeasurement m = asked(40.0);
+    ASSERT_EQ(m.status(), Defs::eMeasured);
+    EXPECT_NEAR(m.width(), 16.8, 0.05);
+    EXPECT_EQ(asked(400.0).reason(), Defs::eOneEdge);
+}
+
 TEST(StreetMeasurement, aStreetOfWhichOneEdgeWavesIsFollowedOverAPart) {
     // Waves of a quarter of a pel, 150 pels long, in the upper or in the lower edge.
     const DrawnStreet straight{150.3, 172.3, 0.0};

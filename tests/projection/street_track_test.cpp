@@ -119,6 +119,42 @@ TEST(StreetTrack, theBlurOfTheEdgesIsTold) {
     }
 }
 
+TEST(StreetTrack, edgesSharperThanTheGridOfAStreetThatCrossesNoRowHaveADeviationOfTheirOwn) {
+    // A slope of 0.005: half a row over a hundred columns at the right end, two rows over the whole image.
+    const DrawnStreet sharp{40.3, 61.7, 0.005, 150.0, 60.0, 0.3};
+    const qvPelBuffer<unsigned char> image = drawn(sharp);
+    const qv_StreetTrack part =
+        track(alongRows(image), toldCentre(345.0, 0.0, sharp), toldEdges(0.0, sharp), {55.0, {}});
+    ASSERT_EQ(part.end, qv_TrackEnd::fitted);
+    EXPECT_GT(part.extent.low, 280.0);
+    EXPECT_EQ(part.gridDeviation, 0.03);
+    EXPECT_EQ(track(alongRows(image), toldCentre(345.0, 0.0, sharp), toldEdges(0.0, sharp)).gridDeviation, 0.0);
+}
+
+TEST(StreetTrack, edgesBlurredBeyondTheTemplatesHaveADeviationOfTheirOwn) {
+    // The widest template has 3 pels.
+    for (const auto& [blur, expected] : {std::pair{2.7, 0.0}, std::pair{3.6, 0.1}}) {
+        const DrawnStreet street{40.3, 81.7, 0.04, 150.0, 60.0, blur};
+        const qvPelBuffer<unsigned char> image = drawn(street);
+        const qv_StreetTrack result = track(alongRows(image), toldCentre(200.0, 0.0, street), toldEdges(0.0, street));
+        ASSERT_EQ(result.end, qv_TrackEnd::fitted);
+        EXPECT_EQ(result.gridDeviation, expected) << blur;
+    }
+}
+
+TEST(StreetTrack, everySecondBlockIsEnoughWhereThereIsLittleNoise) {
+    const DrawnStreet street{40.3, 61.7, 0.01};
+    const auto pointsOf = [&](double noise) {
+        Noise random(7);
+        const qvPelBuffer<unsigned char> image =
+            drawnImage(kWidth, kHeight, [&](long x, long y) { return street.grey(x, y) + random.real(-noise, noise); });
+        return track(alongRows(image), toldCentre(200.0, 0.0, street), toldEdges(0.0, street)).points.size();
+    };
+    // 50 blocks of 8 columns, each with two edges.
+    EXPECT_EQ(pointsOf(0.0), 2U * 25U);
+    EXPECT_EQ(pointsOf(12.0), 2U * 50U);
+}
+
 TEST(StreetTrack, theExtentRunsFromTheFirstBlockToTheLast) {
     const qvPelBuffer<unsigned char> image = drawn(kStreet);
     const qv_StreetTrack result = track(alongRows(image), toldCentre(200.0, 0.0), toldEdges(0.0));
