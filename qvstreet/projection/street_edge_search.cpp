@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <optional>
 
 namespace {
 
@@ -20,7 +21,8 @@ constexpr long kStretchColumns = 16;
 // Of which every second is enough.
 constexpr long kColumnStep = 2;
 constexpr long kStretches = 6;
-// Stretches further from the start than so many are not looked for.
+// On either side, stretches behind so many others are not looked at; those in crossings do not count, for a crossing may
+// be wider than that.
 constexpr long kFarthestStretch = 24;
 constexpr long kFewestStretches = 2;
 
@@ -48,7 +50,7 @@ struct Peak {
 struct Pair {
     Peak first;
     Peak second;
-    double score;
+    double score = 0.0;
 };
 
 /// Sums of the pels of one stretch by whole pels from the centre line; false where some lie outside the image.
@@ -119,13 +121,17 @@ void addNearestStretches(const qv_UvPels& pels, const qv_UvLine& centre, const s
     // Beyond the image's ends there is nothing to start from.
     const double start = std::clamp(centre.u0, 0.0, static_cast<double>(pels.uSize));
     const long middle = static_cast<long>(start);
-    for (long step = 0; step < 2 * kFarthestStretch && profiles.count() < kStretches; ++step) {
+    const long beyondTheImage = 2 * (pels.uSize / kStretchColumns + 1);
+    long looked = 0;
+    for (long step = 0; step < beyondTheImage && looked < 2 * kFarthestStretch && profiles.count() < kStretches;
+         ++step) {
         const long first =
             step % 2 == 0 ? middle + (step / 2) * kStretchColumns : middle - (step / 2 + 1) * kStretchColumns;
+        if (qf_meetsRange(crossings, first, kStretchColumns)) continue;
+        ++looked;
         if (first < 0 || first + kStretchColumns > pels.uSize) continue;
         const double v = centre.at(static_cast<double>(first) + 0.5 * static_cast<double>(kStretchColumns));
         if (!(v > 0.0 && v < static_cast<double>(pels.vSize))) continue;
-        if (qf_meetsRange(crossings, first, kStretchColumns)) continue;
         profiles.add(first);
     }
 }
@@ -172,8 +178,9 @@ bool polarityFits(const Peak& first, qvStreetFinderDefs::streetPolarity polarity
 
 double halvedAt(double value, double half) { return 1.0 / (1.0 + (value / half) * (value / half)); }
 
-std::vector<Pair> pairsOf(const std::vector<Peak>& peaks, const qv_StreetPrediction& prediction) {
-    std::vector<Pair> pairs;
+/// Calls `each` with every pair of peaks that may be the street; in a broad noisy profile there are millions.
+template <class Each>
+void forEachPair(const std::vector<Peak>& peaks, const qv_StreetPrediction& prediction, const Each& each) {
     for (std::size_t i = 0; i < peaks.size(); ++i)
         for (std::size_t j = i + 1; j < peaks.size(); ++j) {
             const Peak& first = peaks[i];
@@ -191,12 +198,11 @@ std::vector<Pair> pairsOf(const std::vector<Peak>& peaks, const qv_StreetPredict
             if (weaker < kLeastContrastRatio * stronger) continue;
             // The two edges of a street are about equally strong; twice as strong costs a third, ten times four fifths.
             const double strength = weaker * 2.0 * weaker / (weaker + stronger);
-            pairs.push_back(
-                {first, second,
-                 strength * halvedAt(width - prediction.likelyWidth, kHalvingWidth * prediction.likelyWidth + 1.0) *
-                     halvedAt(middle, 0.75 * prediction.reach)});
+            each(
+                Pair{first, second,
+                     strength * halvedAt(width - prediction.likelyWidth, kHalvingWidth * prediction.likelyWidth + 1.0) *
+                         halvedAt(middle, 0.75 * prediction.reach)});
         }
-    return pairs;
 }
 
 bool samePlace(const Pair& a, const Pair& b) {
@@ -248,15 +254,17 @@ qv_StreetEdges qf_findStreetEdges(const qv_UvPels& pels, const qv_StreetPredicti
     // The pel in which the centre line runs has its middle on it, over many columns.
     edges.firstOffset = -halfSize;
     const std::vector<Peak> peaks = peaksOf(smoothedDerivative(edges.profile), edges.firstOffset, leastContrast);
-    std::vector<Pair> pairs = pairsOf(peaks, prediction);
-    if (pairs.empty()) {
+    std::optional<Pair> best;
+    forEachPair(peaks, prediction, [&best](const Pair& pair) {
+        if (!best || pair.score > best->score) best = pair;
+    });
+    if (!best) {
         chooseSingle(peaks, prediction, edges);
         return edges;
     }
-    const auto best =
-        std::max_element(pairs.begin(), pairs.end(), [](const Pair& a, const Pair& b) { return a.score < b.score; });
-    const bool contested = std::any_of(pairs.begin(), pairs.end(), [&best](const Pair& pair) {
-        return pair.score >= kAsGood * best->score && !samePlace(pair, *best);
+    bool contested = false;
+    forEachPair(peaks, prediction, [&](const Pair& pair) {
+        contested = contested || (pair.score >= kAsGood * best->score && !samePlace(pair, *best));
     });
     edges.found = contested ? qv_EdgesFound::ambiguous : qv_EdgesFound::both;
     edges.offset = {best->first.offset, best->second.offset};

@@ -264,6 +264,17 @@ TEST(StreetEdgeSearch, crossingsAreLeftOut) {
     EXPECT_EQ(search(image, told(), {{0.0, 200.0}}).found, qv_EdgesFound::outside);
 }
 
+TEST(StreetEdgeSearch, aCrossingOfAnyWidthIsPassedOver) {
+    const qvPelBuffer<unsigned char> image =
+        drawnImage(2000, 70, [](long x, long y) { return x >= 100 && x < 1900 ? 60.0 : greyOf(darkStreet, y); });
+    qv_StreetPrediction prediction = told();
+    prediction.centre.u0 = 1000.0;
+    EXPECT_EQ(search(image, prediction, {{95.0, 1905.0}}).found, qv_EdgesFound::both);
+    // What is no crossing is looked at over 24 stretches of 16 columns on either side.
+    prediction.centre = {20.0, -100.0, 0.24};
+    EXPECT_EQ(search(image, prediction).found, qv_EdgesFound::outside) << "it enters the image at column 437";
+}
+
 TEST(StreetEdgeSearch, padsInFewerThanHalfOfTheStretchesDoNotCount) {
     // Two of the six stretches from column 52 to 148 have a white pad over the first edge.
     const qvPelBuffer<unsigned char> image = drawnImage(200, 70, [](long x, long y) {
