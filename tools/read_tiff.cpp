@@ -17,6 +17,10 @@ namespace {
 
 // No honest tile, strip or directory of an image within the pel limit needs more at once.
 constexpr tmsize_t kMaxSingleAllocation = tmsize_t{1} << 30;
+// A row or a tile up to this size is believed; of a greater one, no compression in use makes more than so many bytes of one
+// byte of the file.
+constexpr tmsize_t kBelievedBytes = tmsize_t{64} << 20;
+constexpr tmsize_t kMostBytesOfOne = 4096;
 
 /// What libtiff reads from, and where its message goes.
 struct TiffSource {
@@ -237,6 +241,14 @@ void checkBytesAreThere(TIFF* tiff, const TiffLayout& layout, Bytes file) {
     }
 }
 
+/// The same for what is decoded at once, whatever the compression.
+void checkPartIsThere(const std::string& part, tmsize_t bytes, Bytes file) {
+    const bool believed = bytes <= kBelievedBytes || static_cast<std::uint64_t>(bytes / kMostBytesOfOne) <= file.size;
+    if (believed && bytes <= kMaxSingleAllocation) return;
+    throw ImageError("is a damaged or truncated TIFF: a " + part + " of it needs " + std::to_string(bytes) +
+                     " bytes, the file has " + std::to_string(file.size));
+}
+
 std::size_t storedPlanes(const TiffLayout& layout) { return layout.planes && layout.colour ? 3 : 1; }
 
 /// Strips: one handle per plane, each walking its own plane from top to bottom, so that no strip is decoded twice.
@@ -256,6 +268,7 @@ void readStrips(Bytes file, const TiffLayout& layout, GreyImage& image) {
         const std::size_t least =
             (std::size_t{layout.width} * (layout.planes ? 1 : layout.samples) * layout.bits + 7) / 8;
         if (bytes < 0 || static_cast<std::size_t>(bytes) < least) refuse(sources[i]);
+        checkPartIsThere("row", bytes, file);
         rows[i].resize(static_cast<std::size_t>(bytes));
         planes[i] = rows[i].data();
     }
@@ -279,12 +292,14 @@ void readTiles(TIFF* tiff, const TiffSource& source, const TiffLayout& layout, G
     const tmsize_t tileBytes = TIFFTileSize(tiff);
     const tmsize_t rowBytes = TIFFTileRowSize(tiff);
     const std::size_t samplesInRow = std::size_t{tileWidth} * (layout.planes ? 1 : layout.samples);
-    if (tileBytes <= 0 || rowBytes <= 0 || tileBytes > kMaxSingleAllocation ||
-        static_cast<std::size_t>(rowBytes) < (samplesInRow * layout.bits + 7) / 8 ||
+    if (tileBytes <= 0 || rowBytes <= 0 || static_cast<std::size_t>(rowBytes) < (samplesInRow * layout.bits + 7) / 8 ||
         tileBytes / rowBytes < static_cast<tmsize_t>(tileHeight)) {
         refuse(source);
     }
     const std::size_t count = storedPlanes(layout);
+    // Checked by itself first, so that the sum cannot run over.
+    checkPartIsThere("tile", tileBytes, source.file);
+    checkPartIsThere("tile", tileBytes * static_cast<tmsize_t>(count), source.file);
     std::array<std::vector<unsigned char>, 3> tiles;
     for (std::size_t i = 0; i < count; ++i) tiles[i].resize(static_cast<std::size_t>(tileBytes));
 

@@ -19,6 +19,25 @@ TiffSpec sized(std::uint32_t width, std::uint32_t height) {
     return spec;
 }
 
+/// A little-endian file of these tags alone, each a number. 256 and 257 are width and height, 258 bits, 259 the
+/// compression, 262 the kind of colour, 277 samples, 284 planes; 273, 278 and 279 place, rows and bytes of a strip, 322 to
+/// 325 sides, place and bytes of a tile.
+File tagsOnly(const std::vector<std::pair<unsigned, std::uint32_t>>& tags) {
+    File file{'I', 'I', '*', 0, 8, 0, 0, 0, static_cast<unsigned char>(tags.size()), 0};
+    const auto add = [&file](std::uint32_t value, int bytes) {
+        for (int i = 0; i < bytes; ++i) file.push_back(static_cast<unsigned char>(value >> (8 * i) & 255U));
+    };
+    for (const auto& [tag, value] : tags) {
+        add(tag, 2);
+        add(4, 2);  // a whole number of 32 bits
+        add(1, 4);
+        add(value, 4);
+    }
+    add(0, 4);
+    file.resize(400);
+    return file;
+}
+
 std::vector<unsigned> ramp(std::size_t count, unsigned factor = 1) {
     std::vector<unsigned> samples;
     for (unsigned i = 0; i < count; ++i) samples.push_back(i * factor);
@@ -223,4 +242,39 @@ TEST(TiffReader, SurvivesDamageOfEveryByte) {
     TiffSpec spec = sized(5, 3);
     spec.compression = 5;
     qvtest::expectDamageSurvived(encodeTiff(spec, ramp(15, 7)));
+}
+
+TEST(TiffReader, ARowThatASmallFileCannotHoldTakesNoMemory) {
+    // LZW; 60000 pels of 30000 samples of 16 bits, in one row.
+    const auto row = [](std::uint32_t samples) {
+        return tagsOnly(
+            {{256, 60000}, {257, 1}, {258, 16}, {259, 5}, {262, 1}, {273, 300}, {277, samples}, {278, 1}, {279, 100}});
+    };
+    EXPECT_EQ(refusal(row(30000)),
+              "is a damaged or truncated TIFF: a row of it needs 3600000000 bytes, the file has 400");
+    // 64 MiB are 559 samples and a fifth of one.
+    EXPECT_EQ(refusal(row(560)), "is a damaged or truncated TIFF: a row of it needs 67200000 bytes, the file has 400");
+    EXPECT_EQ(refusal(row(559)).find("a row of it"), std::string::npos);
+}
+
+TEST(TiffReader, ATileThatASmallFileCannotHoldTakesNoMemory) {
+    const auto tile = [](std::uint32_t side, std::uint32_t planes) {
+        return tagsOnly({{256, 100},
+                         {257, 100},
+                         {258, 8},
+                         {259, 5},
+                         {262, planes == 3 ? 2U : 1U},
+                         {277, planes},
+                         {284, planes == 3 ? 2U : 1U},
+                         {322, side},
+                         {323, side},
+                         {324, 300},
+                         {325, 100}});
+    };
+    EXPECT_EQ(refusal(tile(8208, 1)),
+              "is a damaged or truncated TIFF: a tile of it needs 67371264 bytes, the file has 400");
+    EXPECT_EQ(refusal(tile(8192, 1)).find("a tile of it"), std::string::npos) << "64 MiB";
+    EXPECT_EQ(refusal(tile(4800, 3)),
+              "is a damaged or truncated TIFF: a tile of it needs 69120000 bytes, the file has 400");
+    EXPECT_EQ(refusal(tile(4720, 3)).find("a tile of it"), std::string::npos) << "three of 21.2 MiB";
 }
