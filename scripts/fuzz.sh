@@ -66,7 +66,7 @@ run() {
         cpu=$(awk -v before="$cpu" '{ print before + $1 + $2 }' <(tail -1 "$log.time"))
         executions=$((executions + $(awk '/stat::number_of_executed_units/ { n = $2 } END { print n + 0 }' "$log")))
         echo "$cpu $executions" >"$spent"
-        edges=$(grep -o 'cov: [0-9]*' "$log" | tail -1 | cut -d' ' -f2 || true)
+        edges=$(grep -ao 'cov: [0-9]*' "$log" | tail -1 | cut -d' ' -f2 || true)
     done
     printf '%-14s %10d executions %7s edges %7.1f CPU minutes   %s\n' "$target" "$executions" "${edges:-?}" \
         "$(awk "BEGIN { print $cpu / 60 }")" "$([ $status -eq 0 ] && echo "nothing found" || echo "FOUND: $log")"
