@@ -21,11 +21,14 @@ std::string edgeLimitSentence(const CommandOptions& options, const std::array<st
 
 /// How the lines of an image lie in it.
 struct LinesInImage {
-    bool isSquare = true;           ///< the image
-    bool inBothDirections = false;  ///< each direction has one
-    double tilt = 0.0;  ///< of the street directions against the image's sides, the greater one: 0 to 45 degrees
-    std::size_t unjudged =
-        0;  ///< lines of `ridge` and `coarse` mode where no grey level was there to judge the polarity
+    /// The image.
+    bool isSquare = true;
+    /// Each direction has a line.
+    bool inBothDirections = false;
+    /// Of the street directions against the image's sides, the greater one: 0 to 45 degrees.
+    double tilt = 0.0;
+    /// Lines of `ridge` and `coarse` mode where no grey level was there to judge the polarity.
+    std::size_t unjudged = 0;
 };
 
 /// Of a direction of the client frame, 0 to 45 degrees.

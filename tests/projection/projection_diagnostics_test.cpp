@@ -53,6 +53,17 @@ qv_streetFinderImpl darkStreet() {
     return impl;
 }
 
+/// What the search for single streets tells of the pairs of these flat lines, on the dark street.
+qvDiagTable edgePairsOf(const std::vector<qvLineFinderResults>& flat, Defs::streetPolarity polarity) {
+    qv_streetFinderImpl impl = darkStreet();
+    impl.lines[0] = flat;
+    impl.lines[1].clear();
+    std::vector<qvStreetFinderSingleStreetResult> results;
+    qvDiagObject diagObject;
+    findSingleStreetFromEdges(impl, paramsFor(Defs::eEdgePairWafer, polarity), results, &diagObject);
+    return tableOf(recordOf(diagObject, L"Single Streets"), L"Pairs of Edges");
+}
+
 }  // namespace
 
 TEST(ProjectionRecords, ProfileIsTheMeanOfEachBin) {
@@ -247,26 +258,18 @@ TEST(SingleStreetRecords, PairsOfEdgesSayHowTheyFell) {
 
 TEST(SingleStreetRecords, NearestWidthOutsideTheRangeIsTheOneThatMissesItByLeast) {
     // Range 9 to 27: distances 30, three too wide, 4, five too narrow, and 26.
-    qv_streetFinderImpl impl = darkStreet();
-    impl.lines[0] = {bareLine(Point(10.0, 40.0), Point(90.0, 40.0)), bareLine(Point(10.0, 70.0), Point(90.0, 70.0)),
-                     bareLine(Point(10.0, 44.0), Point(90.0, 44.0))};
-    impl.lines[1].clear();
-    std::vector<qvStreetFinderSingleStreetResult> results;
-    qvDiagObject diagObject;
-    findSingleStreetFromEdges(impl, paramsFor(Defs::eEdgePairWafer, Defs::eLightOnDark), results, &diagObject);
-    const qvDiagTable& table = tableOf(recordOf(diagObject, L"Single Streets"), L"Pairs of Edges");
+    const qvDiagTable table =
+        edgePairsOf({bareLine(Point(10.0, 40.0), Point(90.0, 40.0)), bareLine(Point(10.0, 70.0), Point(90.0, 70.0)),
+                     bareLine(Point(10.0, 44.0), Point(90.0, 44.0))},
+                    Defs::eLightOnDark);
     EXPECT_EQ(columnOf(table, L"width outside the range"), (Cells{L"2", L"0"}));
     EXPECT_EQ(columnOf(table, L"nearest of these"), (Cells{L"30.0000", L""}));
 }
 
 TEST(SingleStreetRecords, EdgesThatLieSideBySideForLessThanAUnitCountAsThat) {
-    qv_streetFinderImpl impl = darkStreet();
-    impl.lines[0] = {bareLine(Point(10.0, 40.0), Point(90.0, 40.0)), bareLine(Point(89.5, 60.0), Point(170.0, 60.0))};
-    impl.lines[1].clear();
-    std::vector<qvStreetFinderSingleStreetResult> results;
-    qvDiagObject diagObject;
-    findSingleStreetFromEdges(impl, paramsFor(Defs::eEdgePairWafer, Defs::eAnyPolarity), results, &diagObject);
-    const qvDiagTable& table = tableOf(recordOf(diagObject, L"Single Streets"), L"Pairs of Edges");
+    const qvDiagTable table =
+        edgePairsOf({bareLine(Point(10.0, 40.0), Point(90.0, 40.0)), bareLine(Point(89.5, 60.0), Point(170.0, 60.0))},
+                    Defs::eAnyPolarity);
     EXPECT_EQ(columnOf(table, L"never side by side"), (Cells{L"0", L"0"}));
     EXPECT_EQ(columnOf(table, L"wrong polarity"), (Cells{L"0", L"0"}));
     EXPECT_EQ(columnOf(table, L"candidates"), (Cells{L"1", L"0"}));
