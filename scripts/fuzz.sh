@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets and runs them, one on each processor at a time, each for so many minutes of processor time;
-# prints what each did. What a target learns stays in build/fuzz/learned/<target>, where the next run goes on. Ends with 1 if a
-# target found something: the input is in build/fuzz/findings/<target> then. Once mended it belongs into
+# prints what each did. What a target learns stays in build/fuzz/learned/<target>, where the next run goes on. Ends with
+# 1 if a target found something: the input is in build/fuzz/findings/<target> then. Once mended it belongs into
 # tests/fuzz/corpus/<target>, where every test run replays it.
 #
 #     ./scripts/fuzz.sh                          all targets, 20 minutes each
@@ -73,8 +73,9 @@ run() {
     return $status
 }
 
-# What runs in the background does not hear Ctrl-C.
-trap 'trap - INT TERM; kill 0' INT TERM
+# Each runs in a process group of its own, for what runs in the background does not hear Ctrl-C.
+set -m
+trap 'for job in $(jobs -p); do kill -- "-$job" 2>/dev/null || true; done; exit 130' INT TERM
 failed=0
 running=0
 for target in "${targets[@]}"; do
