@@ -162,7 +162,8 @@ std::string sizeNote(const GreyImage& image) {
 
 /// What to do about a number of samples that the finder does not take: one too large for its 16 bits, or none at all.
 std::string badSizeNote(const CommandOptions& options, const GreyImage& image) {
-    if (options.mode == Mode::ridge &&
+    const bool hasCalipers = options.subcommand == Subcommand::find || options.subcommand == Subcommand::inspect;
+    if (hasCalipers && options.mode == Mode::ridge &&
         kRidgeSamplesPerUnit * std::max(options.widthX, options.widthY) > kMaxSearchedSide)
         return "; --mode ridge wants " + std::to_string(kRidgeSamplesPerUnit) + " times --width below " +
                std::to_string(kMaxSearchedSide + 1);

@@ -112,7 +112,7 @@ std::string linesLostSentence(const CommandOptions& options, const LinesInImage&
         const std::string streets = "streets tilted by " + withDigits(lines.tilt, 1) + " degrees";
         if (options.mode == Mode::edge && lines.inBothDirections)
             return "The polarity of " + streets +
-                   " is measured in the middle of the image only; elsewhere they are lost" + wayOut;
+                   " is measured in the middle of the image only; elsewhere they may be lost" + wayOut;
         if (lines.unjudged == 0) return {};
         return count + " too far from the middle of the image for the polarity of " + streets +
                " to be measured, and " + (one ? "is" : "are") + " lost" + wayOut;

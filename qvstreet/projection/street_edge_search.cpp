@@ -21,8 +21,8 @@ constexpr long kStretchColumns = 16;
 // Of which every second is enough.
 constexpr long kColumnStep = 2;
 constexpr long kStretches = 6;
-// On either side, stretches behind so many others are not looked at; those in crossings do not count, for a crossing may
-// be wider than that.
+// Of both sides together, twice as many stretches are looked at; those in crossings do not count, for a crossing may be
+// wider than that.
 constexpr long kFarthestStretch = 24;
 constexpr long kFewestStretches = 2;
 

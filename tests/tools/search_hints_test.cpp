@@ -227,7 +227,7 @@ TEST(LinesLost, AreSaidByTiltOrByTheLongerSideOrNotAtAll) {
     options.mode = qvtool::Mode::edge;
     EXPECT_EQ(qvtool::linesLostSentence(options, {true, true, 12.25, 0}),
               "The polarity of streets tilted by 12.2 degrees is measured in the middle of the image only; elsewhere "
-              "they are lost: try --polarity any, or an image with less tilt.");
+              "they may be lost: try --polarity any, or an image with less tilt.");
     EXPECT_EQ(qvtool::linesLostSentence(options, {true, false, 12.25, 0}), "");
     options.polarity = qvtool::Polarity::any;
     EXPECT_EQ(qvtool::linesLostSentence(options, {false, true, 45.0, 9}), "");
